@@ -1,0 +1,48 @@
+// The rows of one sample table in the form the file has them (big-endian), mapped or in memory.
+//
+// A table is read where it lies. The first change copies it; from then on rows are appended to the
+// copy at amortised constant cost. Copies of a table share its rows until one of them changes.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <vector>
+
+#include "Engines/timeline/SharedBytes.h"
+
+namespace TWQuickTime::timeline {
+
+class TableBytes {
+  public:
+    TableBytes() = default;
+    explicit TableBytes(SharedBytes mapped) : view_(std::move(mapped)) {}
+
+    std::span<const std::byte> bytes() const { return view_; }
+    std::size_t size() const { return view_.size(); }
+
+    std::uint32_t u32(std::size_t offset) const {
+        const auto* p = reinterpret_cast<const unsigned char*>(view_.data() + offset);
+        return static_cast<std::uint32_t>(p[0]) << 24 | static_cast<std::uint32_t>(p[1]) << 16 |
+               static_cast<std::uint32_t>(p[2]) << 8 | p[3];
+    }
+    std::uint64_t u64(std::size_t offset) const {
+        return static_cast<std::uint64_t>(u32(offset)) << 32 | u32(offset + 4);
+    }
+
+    void appendU32(std::uint32_t value);
+    void appendU64(std::uint64_t value);
+    void setU32(std::size_t offset, std::uint32_t value);
+    void setU64(std::size_t offset, std::uint64_t value);
+    void appendByte(std::uint8_t value);
+
+  private:
+    std::vector<std::byte>& own();
+    void refresh() { view_ = SharedBytes(*own_, own_); }
+
+    SharedBytes view_;
+    std::shared_ptr<std::vector<std::byte>> own_;
+};
+
+}  // namespace TWQuickTime::timeline
