@@ -12,7 +12,7 @@
 //     CloseMovieStorage(storage);
 #pragma once
 
-#include "DataReferences.h"
+#include "FSSpec.h"
 #include "MovieTypes.h"
 #include "ToolboxTypes.h"
 
@@ -45,7 +45,7 @@ TWQT_EXPORT OSErr CloseMovieFile(std::int16_t resRefNum);
 /// @param resourceID  may be null
 /// @param resourceName  may be null; never filled, files here have no resources
 /// @param dataRefWasChanged  may be null
-/// @return -51 for a number that no open file has
+/// @return rfNumErr for a number that no open file has
 TWQT_EXPORT OSErr NewMovieFromFile(Movie* movie, std::int16_t resRefNum, std::int16_t* resourceID,
                                    unsigned char* resourceName, std::int16_t flags,
                                    Boolean* dataRefWasChanged);

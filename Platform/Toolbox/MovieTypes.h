@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "MovieProgress.h"
 #include "ToolboxTypes.h"
 
 namespace TWQuickTime {
@@ -72,23 +73,5 @@ inline constexpr std::int8_t fsRdWrPerm = 3;
 
 inline constexpr ScriptCode smCurrentScript = -1;
 inline constexpr ScriptCode smSystemScript = -2;
-
-// Messages of progress procedures.
-inline constexpr std::int16_t movieProgressOpen = 0;
-inline constexpr std::int16_t movieProgressUpdatePercent = 1;
-inline constexpr std::int16_t movieProgressClose = 2;
-// Operations that progress procedures hear of.
-inline constexpr std::int16_t progressOpFlatten = 1;
-inline constexpr std::int16_t progressOpInsertTrackSegment = 2;
-inline constexpr std::int16_t progressOpInsertMovieSegment = 3;
-inline constexpr std::int16_t progressOpImportMovie = 11;
-inline constexpr std::int16_t progressOpExportMovie = 12;
-
-/// Told how far a long operation on a movie has come.
-/// @param message  open, update or close
-/// @param percentDone  16.16 fixed point, 0x00010000 when complete
-/// @return 0 to go on; anything else stops the operation, which then gives that status back
-using MovieProgressUPP = OSErr (*)(Movie movie, std::int16_t message, std::int16_t whatOperation,
-                                   Fixed percentDone, RefCon refCon);
 
 }  // namespace TWQuickTime
