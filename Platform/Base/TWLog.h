@@ -22,7 +22,8 @@ void TWLog(const char* format, const Arguments&... arguments) {
     LogSink::emit(LogChannel::TWLog, formatString(format, arguments...));
 }
 
-/// Reports a non-zero status as one line: "<label> failed: <status> (<sourceFile>:<line>)".
+/// Reports a non-zero status as one line: "<label> failed: <status> (<sourceFile>:<line>)"; logs
+/// nothing for 0.
 /// @param sourceFile  without extension, as in "Sources/StDataRef"
 TWQT_EXPORT void TWLogError(std::int32_t status, const char* label, const char* sourceFile,
                             int line);

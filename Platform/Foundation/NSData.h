@@ -24,7 +24,7 @@ class TWQT_EXPORT NSData {
     explicit NSData(std::vector<std::byte> bytes);
     /// Copies the bytes.
     static NSData dataWithBytes(const void* bytes, std::size_t lengthInBytes);
-    /// Nil when the file cannot be read.       (dataWithContentsOfFile:)
+    /// Nil when the path names no regular file or it cannot be read. (dataWithContentsOfFile:)
     static NSData dataWithContentsOfFile(const NSString& path);
 
     bool isNil() const noexcept { return bytes_ == nullptr; }
@@ -34,9 +34,11 @@ class TWQT_EXPORT NSData {
     std::span<const std::byte> bytes() const noexcept;
     /// Copies all bytes to a place that must hold length() of them.       (getBytes:)
     void getBytes(void* destination) const noexcept;
-    /// False when the file could not be written whole.       (writeToFile:atomically:)
+    /// False when the file could not be written whole or the data is nil. (writeToFile:atomically:)
     /// @param atomically  write a sibling first and rename it over the path
     bool writeToFile(const NSString& path, bool atomically) const;
+    /// What "%@" prints for it: the bytes in hexadecimal groups of four, "<01020304 05>".
+    NSString description() const;
 
     friend bool operator==(const NSData& a, const NSData& b) noexcept;
 

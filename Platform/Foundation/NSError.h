@@ -32,6 +32,8 @@ class TWQT_EXPORT NSError {
     const NSDictionary& userInfo() const noexcept { return userInfo_; }
     /// The user info's text, or a plain one made from domain and code.
     NSString localizedDescription() const;
+    /// What "%@" prints for it: domain, code and text; nil gives nil.
+    NSString description() const;
 
     friend bool operator==(const NSError&, const NSError&) = default;
 

@@ -54,9 +54,12 @@ class TWQT_EXPORT NSArray {
     void addObject(PropertyListValue value);
     const PropertyListValue* begin() const noexcept;
     const PropertyListValue* end() const noexcept;
+    /// What "%@" prints for it: the old property-list text, one value a line; nil gives nil.
+    NSString description() const;
     friend TWQT_EXPORT bool operator==(const NSArray& a, const NSArray& b);
 
   private:
+    // Shared by the copies until one of them is changed.
     std::shared_ptr<std::vector<PropertyListValue>> values_;
 };
 
@@ -85,12 +88,14 @@ class TWQT_EXPORT NSDictionary {
     NSArray allKeys() const;
     const Entry* begin() const noexcept;
     const Entry* end() const noexcept;
+    /// What "%@" prints for it: the old property-list text, one entry a line; nil gives nil.
+    NSString description() const;
     /// Equal keys and values, in any order.
     friend TWQT_EXPORT bool operator==(const NSDictionary& a, const NSDictionary& b);
 
   private:
     struct Rep;
-    void makeUnique();
+    Rep& uniqueRep();
     std::shared_ptr<Rep> rep_;
 };
 
@@ -140,7 +145,7 @@ class TWQT_EXPORT PropertyListValue {
     double doubleValue() const noexcept;
     bool boolValue() const noexcept;
 
-    /// What "%@" prints for it.
+    /// What "%@" prints for it; nil for the null value.
     NSString description() const;
 
     friend TWQT_EXPORT bool operator==(const PropertyListValue& a, const PropertyListValue& b);
