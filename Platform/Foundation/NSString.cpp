@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 #include <limits>
+#include <ostream>
 
 #include "Private/DecimalPrefix.h"
 #include "Private/UTF8Decoder.h"
@@ -139,6 +140,10 @@ std::strong_ordering NSString::compare(const NSString& other) const noexcept {
     const std::strong_ordering byUnits = utf16() <=> other.utf16();
     // Different ill-formed bytes look alike in UTF-16; only equal strings may compare as equal.
     return byUnits != 0 ? byUnits : rep_->utf8 <=> other.rep_->utf8;
+}
+
+std::ostream& operator<<(std::ostream& to, const NSString& text) {
+    return text.isNil() ? to << "(null)" : to << text.utf8();
 }
 
 }  // namespace TWQuickTime

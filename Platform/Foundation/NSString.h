@@ -12,6 +12,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <iosfwd>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -81,6 +82,9 @@ class TWQT_EXPORT NSString {
     friend bool operator==(const NSString& a, const NSString& b) noexcept {
         return a.rep_ == b.rep_ || (a.rep_ && b.rep_ && a.utf8() == b.utf8());
     }
+
+    /// The text as it is, "(null)" for nil.
+    friend TWQT_EXPORT std::ostream& operator<<(std::ostream& to, const NSString& text);
 
   private:
     struct Rep;
