@@ -32,6 +32,13 @@ std::string namedCommand(const CLI::App& program) {
     return name.empty() ? "command line" : name;
 }
 
+bool hasCommand(const CLI::App& program, const std::string& name) {
+    return !program
+                .get_subcommands(
+                    [&](const CLI::App* command) { return command->get_name() == name; })
+                .empty();
+}
+
 int run(int argc, char** argv) {
     CLI::App program("Movies, export presets and sound from the command line.", "twqt");
     program.set_version_flag("--version", "twqt " TWQT_PROGRAM_VERSION);
@@ -40,6 +47,9 @@ int run(int argc, char** argv) {
     program.require_subcommand(1);
     addRegisteredCommands(program);
     try {
+        // CLI11 would only say that some command is required.
+        if (argc > 1 && argv[1][0] != '-' && !hasCommand(program, argv[1]))
+            throw usageFailure(argv[1], "there is no such command (see --help)");
         program.parse(argc, argv);
     } catch (const CLI::Success& request) {
         program.exit(request);
