@@ -12,6 +12,15 @@ const PropertyListValue noValue;
 /// Up to this many keys, comparing them one by one is faster than hashing.
 constexpr std::size_t unindexedKeysMaximum = 8;
 
+/// For few entries: compares each with each.
+bool haveDistinctKeys(const std::vector<NSDictionary::Entry>& entries) noexcept {
+    for (auto entry = entries.begin(); entry != entries.end(); ++entry)
+        for (auto earlier = entries.begin(); earlier != entry; ++earlier)
+            if (earlier->first == entry->first)
+                return false;
+    return true;
+}
+
 }  // namespace
 
 struct NSDictionary::Rep {
@@ -66,6 +75,21 @@ NSDictionary::NSDictionary(std::initializer_list<Entry> entries) : rep_(std::mak
 
 NSDictionary NSDictionary::dictionary() {
     return NSDictionary(std::initializer_list<Entry>{});
+}
+
+NSDictionary NSDictionary::dictionaryWithEntries(std::vector<Entry> entries) {
+    NSDictionary result = dictionary();
+    if (entries.size() > unindexedKeysMaximum) {
+        result.rep_->entries.reserve(entries.size());
+        result.rep_->indexByKey.reserve(entries.size());
+    } else if (haveDistinctKeys(entries)) {
+        std::erase_if(entries, [](const Entry& entry) { return entry.second.isNull(); });
+        result.rep_->entries = std::move(entries);
+        return result;
+    }
+    for (Entry& entry : entries)
+        result.setObject(std::move(entry.second), entry.first);
+    return result;
 }
 
 NSDictionary::Rep& NSDictionary::uniqueRep() {

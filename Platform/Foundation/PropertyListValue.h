@@ -73,12 +73,18 @@ class TWQT_EXPORT NSDictionary {
     NSDictionary(std::nullptr_t) noexcept {}
     NSDictionary(std::initializer_list<Entry> entries);
     static NSDictionary dictionary();
+    /// All at once; a later entry with an equal key replaces an earlier one, null values are left
+    /// out.
+    static NSDictionary dictionaryWithEntries(std::vector<Entry> entries);
     /// Nil for a missing or unparsable file, or one whose root is not a dictionary. XML and binary.
     static NSDictionary dictionaryWithContentsOfFile(const NSString& path);
 
     bool isNil() const noexcept { return rep_ == nullptr; }
     explicit operator bool() const noexcept { return rep_ != nullptr; }
     std::size_t count() const noexcept;
+    /// Writes XML; false for nil, for a value that no property list can hold, and when the file could
+    /// not be written whole.       (writeToFile:atomically:)
+    bool writeToFile(const NSString& path, bool atomically) const;
     /// The null value when there is none.
     const PropertyListValue& objectForKey(const NSString& key) const noexcept;
     bool hasKey(const NSString& key) const noexcept;
