@@ -40,7 +40,7 @@ class TWQT_EXPORT NSData {
     /// What "%@" prints for it: the bytes in hexadecimal groups of four, "<01020304 05>".
     NSString description() const;
 
-    friend bool operator==(const NSData& a, const NSData& b) noexcept;
+    friend TWQT_EXPORT bool operator==(const NSData& a, const NSData& b) noexcept;
 
   private:
     std::shared_ptr<const std::vector<std::byte>> bytes_;

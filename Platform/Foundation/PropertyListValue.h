@@ -82,8 +82,8 @@ class TWQT_EXPORT NSDictionary {
     bool isNil() const noexcept { return rep_ == nullptr; }
     explicit operator bool() const noexcept { return rep_ != nullptr; }
     std::size_t count() const noexcept;
-    /// Writes XML; false for nil, for a value that no property list can hold, and when the file could
-    /// not be written whole.       (writeToFile:atomically:)
+    /// Writes XML; false for nil, for a value that no property list can hold, and when the file
+    /// could not be written whole.       (writeToFile:atomically:)
     bool writeToFile(const NSString& path, bool atomically) const;
     /// The null value when there is none.
     const PropertyListValue& objectForKey(const NSString& key) const noexcept;

@@ -37,8 +37,7 @@ class BinaryPropertyListBytes {
         file += std::string(6, '\0');
         file += static_cast<char>(offsetSize);
         file += static_cast<char>(referenceSize);
-        return file + bigEndian(offsets_.size(), 8) + bigEndian(topObject, 8) +
-               bigEndian(table, 8);
+        return file + bigEndian(offsets_.size(), 8) + bigEndian(topObject, 8) + bigEndian(table, 8);
     }
     NSData file() const {
         const std::string all = bytes();

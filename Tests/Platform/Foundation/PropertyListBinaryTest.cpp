@@ -76,8 +76,8 @@ TEST(BinaryPropertyList, WritesASCIITextInBytesAndOtherTextInUTF16) {
 }
 
 TEST(BinaryPropertyList, RefusesNullsSetsAndUnknownMarkers) {
-    for (const char* marker : {"\0", "\x01", "\x0F", "\x20", "\x34", "\x70", "\x90", "\xB0", "\xC0",
-                               "\xE0", "\xF0"})
+    for (const char* marker :
+         {"\0", "\x01", "\x0F", "\x20", "\x34", "\x70", "\x90", "\xB0", "\xC0", "\xE0", "\xF0"})
         EXPECT_TRUE(readObject(std::string(marker, 1) + std::string(8, '\0')).isNull());
 }
 
@@ -146,8 +146,8 @@ TEST(BinaryPropertyList, WritesWhatItReadsForEveryKindOfValueAndManyObjects) {
 
 TEST(BinaryPropertyList, WritesNothingForAValueThatItCannotHold) {
     EXPECT_TRUE(dataFromPropertyList(nullptr, PropertyListFormat::binary).isNil());
-    EXPECT_TRUE(dataFromPropertyList(NSArray({PropertyListValue()}), PropertyListFormat::binary)
-                    .isNil());
+    EXPECT_TRUE(
+        dataFromPropertyList(NSArray({PropertyListValue()}), PropertyListFormat::binary).isNil());
     const NSDate never{std::numeric_limits<double>::infinity()};
     EXPECT_TRUE(dataFromPropertyList(never, PropertyListFormat::binary).isNil());
 }
