@@ -1,0 +1,169 @@
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <filesystem>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "AtomBytes.h"
+#include "Engines/moviefile/FileStorage.h"
+#include "Engines/moviefile/MemoryStorage.h"
+#include "Tests/Support/TemporaryDirectory.h"
+
+namespace TWQuickTime::moviefile::test {
+namespace {
+
+using result::FailureKind;
+using TWQuickTime::test::TemporaryDirectory;
+
+TEST(FileStorage, ReadsBackWhatWasWrittenAndFillsGapsWithZeros) {
+    const TemporaryDirectory folder;
+    auto file = FileStorage::createNew(folder.file("a"));
+    ASSERT_TRUE(file) << file.failure().message;
+    ASSERT_TRUE((*file)->write(3, bytesOf("abc")));
+    Bytes all(10);
+    const auto count = (*file)->read(0, all);
+    ASSERT_TRUE(count);
+    EXPECT_EQ(*count, 6u);
+    all.resize(*count);
+    EXPECT_EQ(all, joined({Bytes(3), bytesOf("abc")}));
+    EXPECT_TRUE((*file)->sync());
+    EXPECT_EQ(*(*file)->sizeInBytes(), 6u);
+    ASSERT_TRUE((*file)->truncate(1));
+    EXPECT_EQ(*(*file)->sizeInBytes(), 1u);
+}
+
+TEST(FileStorage, AReadThatMustBeWholeSaysHowMuchIsMissing) {
+    const MemoryStorage storage(bytesOf("abc"), "clip");
+    Bytes four(4);
+    const auto status = storage.readExactly(1, four);
+    ASSERT_FALSE(status);
+    EXPECT_EQ(status.failure().kind, FailureKind::truncated);
+    EXPECT_EQ(status.failure().message, "clip @ 1: 2 bytes missing");
+}
+
+TEST(FileStorage, TellsAMissingFileFromAFolderAndFromOneThatExistsAlready) {
+    const TemporaryDirectory folder;
+    EXPECT_EQ(FileStorage::open(folder.file("none"), Access::read).failure().kind,
+              FailureKind::notFound);
+    EXPECT_EQ(FileStorage::open(folder.path().string(), Access::read).failure().systemError,
+              EISDIR);
+    EXPECT_EQ(FileStorage::open("", Access::read).failure().kind, FailureKind::badArgument);
+    ASSERT_TRUE(FileStorage::createNew(folder.file("a")));
+    EXPECT_EQ(FileStorage::createNew(folder.file("a")).failure().kind, FailureKind::exists);
+}
+
+TEST(FileStorage, RefusesANamedPipeWithoutWaitingForItsOtherEnd) {
+    const TemporaryDirectory folder;
+    ASSERT_EQ(mkfifo(folder.file("pipe").c_str(), 0600), 0);
+    EXPECT_EQ(FileStorage::open(folder.file("pipe"), Access::read).failure().kind,
+              FailureKind::unsupported);
+}
+
+TEST(FileStorage, RefusesAPathWithANulInside) {
+    using namespace std::string_literals;
+    const TemporaryDirectory folder;
+    ASSERT_TRUE(FileStorage::createNew(folder.file("a")));
+    EXPECT_EQ(FileStorage::open(folder.file("a\0.mov"s), Access::read).failure().kind,
+              FailureKind::badArgument);
+}
+
+TEST(FileStorage, AFileOpenForReadingCannotBeChanged) {
+    const TemporaryDirectory folder;
+    ASSERT_TRUE(FileStorage::createNew(folder.file("a")));
+    auto file = FileStorage::open(folder.file("a"), Access::read);
+    ASSERT_TRUE(file);
+    EXPECT_EQ((*file)->write(0, bytesOf("x")).failure().kind, FailureKind::permission);
+    EXPECT_EQ((*file)->truncate(5).failure().kind, FailureKind::permission);
+}
+
+TEST(FileStorage, OffsetsThatNoFileCanHaveAreRefused) {
+    const TemporaryDirectory folder;
+    auto file = FileStorage::createNew(folder.file("a"));
+    ASSERT_TRUE(file);
+    constexpr std::uint64_t beyond = std::uint64_t{1} << 63;
+    EXPECT_EQ((*file)->write(beyond, bytesOf("x")).failure().kind, FailureKind::noSpace);
+    EXPECT_EQ((*file)->truncate(beyond).failure().kind, FailureKind::noSpace);
+    Bytes one(1);
+    EXPECT_EQ(*(*file)->read(beyond, one), 0u);
+}
+
+TEST(FileStorage, DoesNotLeakItsDescriptorIntoOtherPrograms) {
+    const TemporaryDirectory folder;
+    auto file = FileStorage::createNew(folder.file("a"));
+    ASSERT_TRUE(file);
+    EXPECT_NE(fcntl((*file)->fileDescriptor(), F_GETFD) & FD_CLOEXEC, 0);
+}
+
+TEST(FileStorage, AWriteThatTheSystemCutsShortIsContinuedAndItsFailureReported) {
+    const TemporaryDirectory folder;
+    const std::string path = folder.file("limited");
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        std::signal(SIGXFSZ, SIG_IGN);
+        const rlimit limit{1000, 1000};
+        setrlimit(RLIMIT_FSIZE, &limit);
+        auto file = FileStorage::createNew(path);
+        // The first system call writes up to the limit, the second one is refused.
+        const bool asExpected =
+            file && (*file)->write(600, Bytes(800)).failure().kind == FailureKind::noSpace;
+        _exit(asExpected ? 0 : 1);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    EXPECT_EQ(std::filesystem::file_size(path), 1000u);
+}
+
+TEST(MemoryStorage, StopsInTheMiddleOfAWriteForGood) {
+    MemoryStorage storage(bytesOf("0123456789"));
+    storage.stopAfter(1, 2);
+    EXPECT_TRUE(storage.write(0, bytesOf("ab")));
+    EXPECT_FALSE(storage.write(5, bytesOf("cdef")));
+    EXPECT_FALSE(storage.write(0, bytesOf("zz")));
+    EXPECT_FALSE(storage.truncate(0));
+    EXPECT_FALSE(storage.sync());
+    EXPECT_EQ(storage.contents(), bytesOf("ab234cd789"));
+}
+
+TEST(MemoryStorage, FailsOneOperationAndWorksAgain) {
+    MemoryStorage storage(bytesOf("0123456789"));
+    storage.failOperation(0, EIO, 1);
+    EXPECT_EQ(storage.write(0, bytesOf("ab")).failure().systemError, EIO);
+    EXPECT_TRUE(storage.write(8, bytesOf("ab")));
+    EXPECT_EQ(storage.contents(), bytesOf("a1234567ab"));
+}
+
+TEST(MemoryStorage, IsFullAtItsLimit) {
+    MemoryStorage storage(bytesOf("0123"));
+    storage.limitSizeInBytes(6);
+    EXPECT_EQ(storage.write(4, bytesOf("abc")).failure().kind, FailureKind::noSpace);
+    EXPECT_EQ(storage.contents(), bytesOf("0123ab"));
+    EXPECT_TRUE(storage.write(0, bytesOf("x")));
+}
+
+TEST(MemoryStorage, RecordsWritesTruncationsAndSyncs) {
+    MemoryStorage storage(bytesOf("0123"));
+    storage.startRecording();
+    ASSERT_TRUE(storage.write(4, bytesOf("ab")));
+    ASSERT_TRUE(storage.sync());
+    ASSERT_TRUE(storage.truncate(5));
+    ASSERT_EQ(storage.operations().size(), 3u);
+    Bytes replayed = bytesOf("0123");
+    for (const StorageOperation& operation : storage.operations())
+        operation.applyTo(replayed);
+    EXPECT_EQ(replayed, storage.contents());
+    Bytes torn = bytesOf("0123");
+    storage.operations()[0].applyTo(torn, 1);
+    EXPECT_EQ(torn, bytesOf("0123a"));
+}
+
+}  // namespace
+}  // namespace TWQuickTime::moviefile::test
