@@ -1,0 +1,7 @@
+#include "StQuickTimeLock.h"
+
+namespace TWQuickTime {
+
+StQuickTimeLock::StQuickTimeLock() : StNamedLock("QuickTimeLock") {}
+
+}  // namespace TWQuickTime
