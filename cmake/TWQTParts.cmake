@@ -1,11 +1,14 @@
 # One function per kind of target. Source files are globbed: a part is its folder, and a new file
 # in it needs no list to be edited.
 
-# twqt_add_part(NAME [DEPENDS targets…] [PRIVATE_DEPENDS targets…] [PACKAGES pkg-config modules…])
+include(TWQTLazyPackages)
+
+# twqt_add_part(NAME [DEPENDS targets…] [PRIVATE_DEPENDS targets…] [PACKAGES pkg-config modules…]
+#               [LAZY_PACKAGES pkg-config modules that are loaded at the first call…])
 # A folder of Engines/ or Platform/, or Sources/ itself, as a static library that becomes part of
 # the shared library.
 function(twqt_add_part NAME)
-    cmake_parse_arguments(PART "" "" "DEPENDS;PRIVATE_DEPENDS;PACKAGES" ${ARGN})
+    cmake_parse_arguments(PART "" "" "DEPENDS;PRIVATE_DEPENDS;PACKAGES;LAZY_PACKAGES" ${ARGN})
     file(GLOB_RECURSE part_sources CONFIGURE_DEPENDS *.cpp)
     file(GLOB part_headers CONFIGURE_DEPENDS *.h)
     if(NOT part_sources)
@@ -21,6 +24,10 @@ function(twqt_add_part NAME)
         string(MAKE_C_IDENTIFIER "PKG_${package}" prefix)
         pkg_check_modules(${prefix} REQUIRED IMPORTED_TARGET ${package})
         target_link_libraries(${NAME} PRIVATE PkgConfig::${prefix})
+    endforeach()
+    foreach(package IN LISTS PART_LAZY_PACKAGES)
+        twqt_lazy_package(lazy_target ${package})
+        target_link_libraries(${NAME} PRIVATE ${lazy_target})
     endforeach()
     set_property(TARGET ${NAME} PROPERTY TWQT_PUBLIC_HEADERS ${part_headers})
     set_property(GLOBAL APPEND PROPERTY TWQT_PARTS ${NAME})
