@@ -90,7 +90,11 @@ std::optional<NSDate> dateFromISO8601(std::string_view text) {
         return std::nullopt;
     const std::int64_t days =
         dayNumber({year, static_cast<unsigned>(month), static_cast<unsigned>(day)}) - kReferenceDay;
-    return NSDate{static_cast<double>(days * kSecondsPerDay + hour * 3600 + minute * 60 + second)};
+    const auto seconds =
+        static_cast<double>(days * kSecondsPerDay + hour * 3600 + minute * 60 + second);
+    if (std::abs(seconds) >= kFarthestSeconds)
+        return std::nullopt;
+    return NSDate{seconds};
 }
 
 std::string iso8601FromDate(NSDate date) {
