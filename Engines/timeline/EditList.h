@@ -37,6 +37,15 @@ struct PlacedEdit {
     std::int64_t trackEnd() const { return addSaturating(trackStart, edit.duration); }
 };
 
+/// The media time at an offset into an edit that is not empty, rounded down, never below 0.
+std::int64_t mediaTimeInside(const Edit& edit, std::int64_t offsetInEdit, std::uint32_t movieScale,
+                             std::uint32_t mediaScale);
+
+/// The first offset into an edit, forward or backward playing, at which a media time is reached;
+/// none when the edit does not show it.
+std::optional<std::int64_t> offsetInside(const Edit& edit, std::int64_t mediaTime,
+                                         std::uint32_t movieScale, std::uint32_t mediaScale);
+
 class EditList {
   public:
     EditList() = default;
@@ -81,7 +90,8 @@ class EditList {
   private:
     /// Makes `trackTime` an edge between edits; returns the index of the edit that starts there.
     std::size_t splitAt(std::int64_t trackTime, std::uint32_t movieScale, std::uint32_t mediaScale);
-    void joinNeighbours(std::uint32_t movieScale, std::uint32_t mediaScale);
+    /// Makes one edit of the one at `index` and the one before it, if they continue each other.
+    void joinAt(std::size_t index, std::uint32_t movieScale, std::uint32_t mediaScale);
     void recount();
 
     std::vector<Edit> edits_;

@@ -22,12 +22,13 @@ enum class SearchDirection { forward, backward };
 
 struct InterestingTime {
     std::int64_t time = 0;      ///< when it begins, movie time units
-    std::int64_t duration = 0;  ///< until the next one or the end of the track, movie time units
+    std::int64_t duration = 0;  ///< until the next one or the end of its edit, movie time units
 };
 
 /// @param kinds         any of the constants above
 /// @param time          movie time units, where the search begins
-/// @param timeIncluded  whether something that begins exactly there, or that covers it, counts
+/// @param timeIncluded  whether what begins exactly there counts; backward also what is shown
+///                      there. Otherwise a backward search passes over what is shown at `time`.
 /// @return none when nothing is left in that direction
 std::optional<InterestingTime> nextInterestingTime(const Track& track, std::uint32_t movieScale,
                                                    std::uint32_t kinds, std::int64_t time,

@@ -75,7 +75,7 @@ class SampleTable {
     std::uint32_t sampleCount() const { return columns_.sizes.count(); }
     std::uint32_t chunkCount() const { return columns_.chunks.chunkCount(); }
     /// The sum of all sample durations, media time units.
-    std::int64_t duration() const { return columns_.times.totalDuration(); }
+    std::int64_t duration() const { return columns_.times.totalSum(); }
     bool hasCompositionOffsets() const { return columns_.composition.rowCount() != 0; }
     /// Whether all samples are sync samples because no table says otherwise.
     bool allSync() const { return !columns_.sync.present(); }
@@ -88,8 +88,15 @@ class SampleTable {
     result::Expected<Sample> sample(std::uint32_t index) const;
     /// The sample whose decode time range covers a media time; none outside. Logarithmic.
     std::optional<std::uint32_t> sampleAtDecodeTime(std::int64_t mediaTime) const;
-    /// The sample shown at a media time: the one with the greatest display time not after it.
+    /// The sample shown at a media time: the one with the greatest display time not after it. The
+    /// first one shown for times before all, the last one shown for times past the end; none only
+    /// in an empty table.
     std::optional<std::uint32_t> sampleAtDisplayTime(std::int64_t mediaTime) const;
+    /// The sample shown next after a media time: the one with the least display time after it.
+    std::optional<std::uint32_t> sampleDisplayedAfter(std::int64_t mediaTime) const;
+    /// decodeTimeOf plus the composition offset.
+    std::int64_t displayTimeOf(std::uint32_t index) const;
+    std::uint32_t durationOf(std::uint32_t index) const;
     /// The decode time of a sample; the whole duration for an index past the last one.
     std::int64_t decodeTimeOf(std::uint32_t index) const;
     /// The last sync sample not after `index`; 0 when there is none.
@@ -121,8 +128,26 @@ class SampleTable {
     bool changed() const { return columns_.changed(); }
 
   private:
+    struct OffsetRange {
+        std::int32_t least = 0;
+        std::int32_t greatest = 0;
+    };
+    struct LastChunk {
+        bool known = false;
+        std::uint64_t endOffset = 0;
+        std::uint64_t sizeInBytes = 0;
+        std::uint32_t descriptionIndex = 0;
+    };
+    /// The least and the greatest composition offset of all rows.
+    OffsetRange offsetRange() const;
+    std::int32_t compositionOffsetOf(std::uint32_t index) const;
+    void appendCompositionOffsets(const NewSamples& samples);
+    void appendSync(const NewSamples& samples);
+    void appendPlacement(const NewSamples& samples);
+
     SampleColumns columns_;
-    std::uint64_t endOfLastChunk_ = 0;
+    LazyIndex<OffsetRange> offsetRange_;
+    LastChunk lastChunk_;
 };
 
 /// Walks samples in decode order. Holds its own view of the tables, so that it stays valid when
@@ -139,8 +164,9 @@ class SampleTable::Cursor {
     std::uint32_t nextIndex_ = 0;
     RunColumn::Position time_;
     RunColumn::Position composition_;
-    ChunkColumn::Position chunk_;
+    std::optional<ChunkColumn::Position> chunk_;
     std::uint64_t offset_ = 0;
+    std::uint32_t sampleCount_ = 0;
     std::size_t nextSyncRow_ = 0;
     std::size_t nextPartialSyncRow_ = 0;
 };

@@ -36,6 +36,8 @@ class TableBytes {
     void setU32(std::size_t offset, std::uint32_t value);
     void setU64(std::size_t offset, std::uint64_t value);
     void appendByte(std::uint8_t value);
+    /// Cuts the table to its first bytes.
+    void truncate(std::size_t sizeInBytes);
 
   private:
     std::vector<std::byte>& own();
