@@ -1,0 +1,190 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <vector>
+
+extern "C" {
+#include <jpeglib.h>
+}
+
+#include "CollectedImage.h"
+#include "Engines/image/StillImage.h"
+#include "RunProgram.h"
+#include "TemporaryDirectory.h"
+
+namespace TWQuickTime::image {
+namespace {
+
+using test::collect;
+using test::CollectedImage;
+using TWQuickTime::test::runFfmpeg;
+using TWQuickTime::test::TemporaryDirectory;
+
+/// Smooth colours, so that the codec's losses stay small.
+std::vector<std::uint8_t> smooth(int width, int height, int components) {
+    std::vector<std::uint8_t> samples;
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x)
+            for (int c = 0; c < components; ++c)
+                samples.push_back(
+                    static_cast<std::uint8_t>(128 + 100 * std::sin((x * (c + 1) + y * 2) * 0.03)));
+    return samples;
+}
+
+std::vector<std::byte> makeJPEG(const std::vector<std::uint8_t>& samples, int width, int height,
+                                int components, J_COLOR_SPACE space,
+                                const std::function<void(jpeg_compress_struct&)>& settings = {}) {
+    jpeg_compress_struct info{};
+    jpeg_error_mgr errors{};
+    info.err = jpeg_std_error(&errors);
+    jpeg_create_compress(&info);
+    unsigned char* out = nullptr;
+    unsigned long length = 0;
+    jpeg_mem_dest(&info, &out, &length);
+    info.image_width = JDIMENSION(width);
+    info.image_height = JDIMENSION(height);
+    info.input_components = components;
+    info.in_color_space = space;
+    jpeg_set_defaults(&info);
+    jpeg_set_quality(&info, 98, TRUE);
+    if (settings)
+        settings(info);
+    jpeg_start_compress(&info, TRUE);
+    for (int y = 0; y < height; ++y) {
+        auto* row = const_cast<JSAMPLE*>(&samples[std::size_t(y * width * components)]);
+        jpeg_write_scanlines(&info, &row, 1);
+    }
+    jpeg_finish_compress(&info);
+    jpeg_destroy_compress(&info);
+    const auto* begin = reinterpret_cast<const std::byte*>(out);
+    std::vector<std::byte> bytes(begin, begin + length);
+    std::free(out);
+    return bytes;
+}
+
+/// RGB samples as A R G B pixels.
+std::vector<std::uint8_t> asPixels(const std::vector<std::uint8_t>& rgb) {
+    std::vector<std::uint8_t> pixels;
+    for (std::size_t i = 0; i < rgb.size(); i += 3)
+        pixels.insert(pixels.end(), {255, rgb[i], rgb[i + 1], rgb[i + 2]});
+    return pixels;
+}
+
+TEST(JpegImage, DecodesBaselineProgressiveAndRestartedPictures) {
+    const auto rgb = smooth(101, 67, 3);
+    for (int kind = 0; kind < 3; ++kind) {
+        const auto bytes = makeJPEG(rgb, 101, 67, 3, JCS_RGB, [&](jpeg_compress_struct& info) {
+            if (kind == 1)
+                jpeg_simple_progression(&info);
+            if (kind == 2)
+                info.restart_interval = 3;
+        });
+        const CollectedImage image = collect(openJPEG(bytes));
+        EXPECT_EQ(image.width, 101);
+        EXPECT_EQ(image.height, 67);
+        EXPECT_EQ(image.alpha, AlphaKind::skipped);
+        EXPECT_GT(test::psnr(image.pixels, asPixels(rgb)), 40.0) << kind;
+    }
+}
+
+TEST(JpegImage, DecodesAsAnIndependentDecoderDoes) {
+    TemporaryDirectory directory;
+    const std::string jpeg = directory.file("a.jpg");
+    const std::string raw = directory.file("a.argb");
+    runFfmpeg(
+        {"-f", "lavfi", "-i", "testsrc2=s=160x120:d=0.04", "-frames:v", "1", "-pix_fmt", "yuvj444p", "-q:v", "2", jpeg});
+    runFfmpeg({"-i", jpeg, "-sws_flags", "accurate_rnd+full_chroma_int+full_chroma_inp+bilinear",
+               "-f", "rawvideo", "-pix_fmt", "argb", raw});
+    const auto bytes = test::readBytes(jpeg);
+    const auto reference = test::readBytes(raw);
+    const CollectedImage image = collect(openJPEG(bytes));
+    EXPECT_GT(test::psnr(image.pixels, {reinterpret_cast<const std::uint8_t*>(reference.data()),
+                                        reference.size()}),
+              40.0);
+}
+
+TEST(JpegImage, DecodesGreyToEqualColors) {
+    const auto grey = smooth(33, 21, 1);
+    const CollectedImage image = collect(openJPEG(makeJPEG(grey, 33, 21, 1, JCS_GRAYSCALE)));
+    for (std::size_t i = 0; i < grey.size(); ++i) {
+        EXPECT_NEAR(image.pixels[i * 4 + 1], grey[i], 4);
+        EXPECT_EQ(image.pixels[i * 4 + 1], image.pixels[i * 4 + 2]);
+        EXPECT_EQ(image.pixels[i * 4 + 2], image.pixels[i * 4 + 3]);
+    }
+}
+
+TEST(JpegImage, TakesInksOfAdobeFilesAsInvertedAndMultipliesByBlack) {
+    const auto inks = smooth(40, 30, 4);
+    for (bool ycck : {false, true}) {
+        // The encoder writes the Adobe marker with both.
+        const auto bytes = makeJPEG(inks, 40, 30, 4, JCS_CMYK, [&](jpeg_compress_struct& info) {
+            jpeg_set_colorspace(&info, ycck ? JCS_YCCK : JCS_CMYK);
+            for (int c = 0; c < 4; ++c)
+                info.comp_info[c].h_samp_factor = info.comp_info[c].v_samp_factor = 1;
+        });
+        const CollectedImage image = collect(openJPEG(bytes));
+        for (std::size_t i = 0; i < inks.size(); i += 4)
+            for (std::size_t c = 0; c < 3; ++c)
+                ASSERT_NEAR(image.pixels[i + 1 + c], inks[i + c] * inks[i + 3] / 255.0, 6)
+                    << i << (ycck ? " YCCK" : " CMYK");
+    }
+}
+
+TEST(JpegImage, TakesInksWithoutTheAdobeMarkerAsTheyAre) {
+    const auto inks = smooth(24, 24, 4);
+    const auto bytes = makeJPEG(inks, 24, 24, 4, JCS_CMYK, [](jpeg_compress_struct& info) {
+        info.write_Adobe_marker = FALSE;
+    });
+    const CollectedImage image = collect(openJPEG(bytes));
+    for (std::size_t i = 0; i < inks.size(); i += 4)
+        for (std::size_t c = 0; c < 3; ++c)
+            ASSERT_NEAR(image.pixels[i + 1 + c], (255 - inks[i + c]) * (255 - inks[i + 3]) / 255.0,
+                        6);
+}
+
+TEST(JpegImage, DecodesToASmallerSizeThatIsStillLargeEnough) {
+    const auto rgb = smooth(400, 300, 3);
+    const auto bytes = makeJPEG(rgb, 400, 300, 3, JCS_RGB);
+    const auto image = openJPEG(bytes);
+    ASSERT_TRUE(image);
+    struct {
+        SizeInPixels wanted, given;
+    } cases[] = {{{400, 300}, {400, 300}},
+                 {{201, 150}, {400, 300}},
+                 {{200, 150}, {200, 150}},
+                 {{60, 70}, {100, 75}},
+                 {{10, 10}, {50, 38}}};
+    for (const auto& c : cases) {
+        CollectedImage collected;
+        ASSERT_TRUE((*image)->draw(collected, c.wanted, {}).ok());
+        EXPECT_EQ(collected.width, c.given.width);
+        EXPECT_EQ(collected.height, c.given.height);
+    }
+}
+
+TEST(JpegImage, RefusesAFileThatIsCutAnywhere) {
+    const auto bytes = makeJPEG(smooth(32, 32, 3), 32, 32, 3, JCS_RGB);
+    for (std::size_t length = 0; length < bytes.size(); ++length)
+        EXPECT_FALSE(openJPEG({bytes.data(), length}).ok()) << length;
+}
+
+TEST(JpegImage, SurvivesAnyDamagedByte) {
+    auto bytes = makeJPEG(smooth(32, 32, 3), 32, 32, 3, JCS_RGB);
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        const std::byte kept = bytes[i];
+        bytes[i] = ~kept;
+        const auto image = openJPEG(bytes);
+        if (image && std::int64_t{(*image)->size().width} * (*image)->size().height < 1000000) {
+            CollectedImage collected;
+            const result::Status drawn = (*image)->draw(collected, {32, 32}, {});
+            EXPECT_TRUE(drawn.ok() || !drawn.failure().message.empty());
+        }
+        bytes[i] = kept;
+    }
+}
+
+}  // namespace
+}  // namespace TWQuickTime::image

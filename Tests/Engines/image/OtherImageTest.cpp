@@ -1,0 +1,121 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "CollectedImage.h"
+#include "Engines/image/PngWriter.h"
+#include "Engines/image/RowPlacer.h"
+#include "Engines/image/StillImage.h"
+#include "RunProgram.h"
+#include "TemporaryDirectory.h"
+
+namespace TWQuickTime::image {
+namespace {
+
+using test::collect;
+using test::CollectedImage;
+using TWQuickTime::test::runFfmpeg;
+using TWQuickTime::test::TemporaryDirectory;
+
+class EveryOtherFormat : public testing::TestWithParam<const char*> {};
+
+TEST_P(EveryOtherFormat, ShowsWhatFfmpegWrote) {
+    TemporaryDirectory directory;
+    const std::string extension = GetParam();
+    const std::string original = directory.file("original.png");
+    const std::string file = directory.file("picture." + extension);
+    runFfmpeg({"-f", "lavfi", "-i", "testsrc2=s=96x64:d=0.04", "-frames:v", "1", "-pix_fmt",
+               "rgb24", original});
+    runFfmpeg({"-i", original, "-frames:v", "1", file});
+    const auto pngBytes = test::readBytes(original);
+    const auto bytes = test::readBytes(file);
+    const CollectedImage image = collect(openAny(bytes, file));
+    ASSERT_EQ(image.width, 96);
+    ASSERT_EQ(image.height, 64);
+    // GIF and JPEG 2000 lose colours; the others are exact.
+    const double floor = extension == "gif" ? 18.0 : extension == "jp2" ? 25.0 : 99.0;
+    EXPECT_GE(test::psnr(image.pixels, collect(openPNG(pngBytes)).pixels), floor);
+}
+
+INSTANTIATE_TEST_SUITE_P(Image, EveryOtherFormat,
+                         testing::Values("tiff", "gif", "bmp", "tga", "jp2", "sgi", "ppm", "pcx"),
+                         [](const auto& named) { return std::string(named.param); });
+
+TEST(OtherImage, RefusesWhatIsNoPicture) {
+    const std::vector<std::byte> nonsense(5000, std::byte{0x5A});
+    EXPECT_FALSE(openAny(nonsense, "a.tif").ok());
+    EXPECT_FALSE(openAny(nonsense, "a.tga").ok());
+    EXPECT_FALSE(openAny({}, "a.bmp").ok());
+}
+
+TEST(OtherImage, OpensEveryPictureOfTheSamples) {
+    const std::string folder = TWQuickTime::test::sampleMediaFolder();
+    if (folder.empty())
+        GTEST_SKIP() << "left out: TWQT_MEDIA names no folder of sample media";
+    int count = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+        const std::string extension = entry.path().extension().string();
+        if (std::string(".jpg.png.tif.bmp.TGA.gif.webp.psd").find(extension) == std::string::npos ||
+            extension.empty())
+            continue;
+        const auto bytes = test::readBytes(entry.path().string());
+        const auto image = openAny(bytes, entry.path().string());
+        ASSERT_TRUE(image.ok()) << entry.path() << ": " << image.failure().message;
+        CollectedImage collected;
+        EXPECT_TRUE((*image)->draw(collected, (*image)->size(), {}).ok()) << entry.path();
+        ++count;
+    }
+    EXPECT_EQ(count, 11);
+}
+
+TEST(PngWriter, WritesWhatTheReaderReads) {
+    TemporaryDirectory directory;
+    std::vector<std::uint8_t> pixels;
+    for (int i = 0; i < 20 * 10; ++i)
+        pixels.insert(pixels.end(), {std::uint8_t(i), std::uint8_t(255 - i), std::uint8_t(i * 3),
+                                     std::uint8_t(i * 7)});
+    const ConstPixelView view(pixels.data(), 20, 10, 80);
+    ASSERT_TRUE(writePNG(view, AlphaKind::straight, {}, directory.file("a.png")).ok());
+    EXPECT_EQ(collect(openPNG(test::readBytes(directory.file("a.png")))).pixels, pixels);
+    ASSERT_TRUE(writePNG(view, AlphaKind::skipped, {}, directory.file("x.png")).ok());
+    const CollectedImage opaque = collect(openPNG(test::readBytes(directory.file("x.png"))));
+    EXPECT_EQ(opaque.alpha, AlphaKind::skipped);
+    EXPECT_EQ(test::psnr(opaque.pixels, pixels), 100.0);
+}
+
+TEST(PngWriter, AFailureLeavesTheOldFileAndNothingBeside) {
+    TemporaryDirectory directory;
+    std::filesystem::create_directory(directory.file("taken.png"));
+    const std::uint8_t pixel[4] = {255, 1, 2, 3};
+    EXPECT_FALSE(
+        writePNG({pixel, 1, 1, 4}, AlphaKind::skipped, {}, directory.file("taken.png")).ok());
+    EXPECT_FALSE(
+        writePNG({pixel, 1, 1, 4}, AlphaKind::skipped, {}, directory.file("missing/a.png")).ok());
+    int entries = 0;
+    for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(directory.path()))
+        ++entries;
+    EXPECT_EQ(entries, 1);
+}
+
+TEST(RowPlacer, LaysStraightAlphaOverTheBufferAndKeepsItsFirstByte) {
+    std::vector<std::uint8_t> buffer = {9, 100, 100, 100, 8, 100, 100, 100};
+    RowPlacer placer({buffer.data(), 2, 1, 8}, {0, 0, 2, 1}, AlphaKind::skipped);
+    ASSERT_TRUE(placer.begin(2, 1, AlphaKind::straight).ok());
+    std::uint8_t row[8] = {0, 255, 255, 255, 128, 200, 0, 100};
+    ASSERT_TRUE(placer.row(row).ok());
+    EXPECT_EQ(buffer, (std::vector<std::uint8_t>{9, 100, 100, 100, 8, 150, 50, 100}));
+}
+
+TEST(RowPlacer, ColorsOfTransparentPixelsDoNotBleedWhenShrinking) {
+    std::vector<std::uint8_t> buffer(4, 0);
+    RowPlacer placer({buffer.data(), 1, 1, 4}, {0, 0, 1, 1}, AlphaKind::premultiplied);
+    ASSERT_TRUE(placer.begin(2, 1, AlphaKind::straight).ok());
+    std::uint8_t row[8] = {0, 255, 255, 255, 255, 0, 0, 200};
+    ASSERT_TRUE(placer.row(row).ok());
+    EXPECT_NEAR(buffer[0], 128, 1);
+    EXPECT_EQ(buffer[1], 0);
+    EXPECT_NEAR(buffer[3], 100, 1);
+}
+
+}  // namespace
+}  // namespace TWQuickTime::image
