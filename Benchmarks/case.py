@@ -32,15 +32,23 @@ def at_most(metric, bound):
 
 
 @dataclass
+class Peer:
+    """Another program that does the same."""
+    name: str
+    command: object                    # bench -> command
+    goals: list
+
+
+@dataclass
 class Case:
     name: str                          # for the command line
     title: str                         # for people
-    goals: list
     ours: object                       # bench -> command
     check: object                      # bench -> None, raises WrongResult; called after one run of ours
-    prepare: object = lambda bench: None   # makes media once
-    peers: dict = field(default_factory=dict)   # name -> (bench -> command)
+    prepare: object = lambda bench: None        # makes media once
     before_each: object = lambda bench: None    # puts back what a run changes
+    peers: list = field(default_factory=list)
+    goals: list = field(default_factory=list)   # of a case without peers
 
 
 class Bench:
@@ -72,6 +80,27 @@ class Bench:
 
     def output_of(self, *command):
         return subprocess.run([str(part) for part in command], capture_output=True, text=True, check=True).stdout
+
+    def packet_hash(self, path):
+        """A hash over the bytes of all packets in their order."""
+        return self.output_of("ffmpeg", "-v", "error", "-nostdin", "-i", path, "-map", "0", "-c", "copy", "-f", "md5", "-")
+
+    def header_is_in_front(self, path):
+        """Whether the movie atom stands before the media data."""
+        with open(path, "rb") as file:
+            while header := file.read(8):
+                if header[4:] in (b"moov", b"mdat"):
+                    return header[4:] == b"moov"
+                file.seek(int.from_bytes(header[:4], "big") - 8, 1)
+        return False
+
+    def psnr(self, picture, movie, seconds):
+        """Luma PSNR of a picture to the movie's frame at the time, in dB."""
+        result = subprocess.run(["ffmpeg", "-nostdin", "-i", picture, "-ss", str(seconds), "-i", movie, "-frames:v", "1",
+                                 "-lavfi", "[0]format=yuv444p[a];[1]format=yuv444p[b];[a][b]psnr", "-f", "null", "-"],
+                                capture_output=True, text=True, check=True)
+        value = result.stderr.split("PSNR y:")[1].split()[0]
+        return float(value)
 
 
 def expect(condition, message):
