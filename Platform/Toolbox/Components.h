@@ -48,6 +48,10 @@ constexpr std::uint32_t canMovieExportValidateMovie = 0x10000;
 constexpr std::uint32_t movieExportNeedsResourceFork = 0x20000;
 constexpr std::uint32_t movieExportMustGetSourceMediaType = 0x80000;
 
+// Statuses of the component manager.
+constexpr OSErr invalidComponentID = -3000;
+constexpr OSErr componentDidNotOpen = -3002;
+
 /// The first component after the given one (null: the first of all) that matches; null at the end,
 /// for a null description, and when the given one is no component.
 TWQT_EXPORT Component FindNextComponent(Component after, const ComponentDescription* looking);
@@ -56,7 +60,7 @@ TWQT_EXPORT std::int32_t CountComponents(const ComponentDescription* looking);
 
 /// A new instance that the caller closes; null when the component is none or cannot be opened.
 TWQT_EXPORT ComponentInstance OpenComponent(Component component);
-/// The same with a status.
+/// The same with a status: invalidComponentID, or componentDidNotOpen.
 TWQT_EXPORT OSErr OpenAComponent(Component component, ComponentInstance* instance);
 /// The first component of that type and subtype that opens; null when there is none.
 TWQT_EXPORT ComponentInstance OpenDefaultComponent(OSType componentType, OSType componentSubType);
@@ -66,6 +70,7 @@ TWQT_EXPORT ComponentResult CloseComponent(ComponentInstance instance);
 /// @param description  filled with the component's codes and flags, mask 0; may be null
 /// @param name, info   handles that are resized to a Pascal string (name, information); may be null
 /// @param icon         resized to nothing: components here have no icons; may be null
+/// @return invalidComponentID for what is no component
 TWQT_EXPORT OSErr GetComponentInfo(Component component, ComponentDescription* description,
                                    Handle name, Handle info, Handle icon);
 

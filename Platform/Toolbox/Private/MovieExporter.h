@@ -25,7 +25,7 @@
 namespace TWQuickTime {
 
 /// A client's progress procedure, or none.
-struct MovieExportProgress {
+struct TWQT_EXPORT MovieExportProgress {
     MovieProgressUPP procedure = nullptr;
     std::intptr_t refcon = 0;
 
