@@ -1,4 +1,4 @@
-// Copy on write: whether the holder of a shared value may change it in place.
+// Who owns a shared object: whether it is the same one, and whether it has no other owner.
 #pragma once
 
 #include <memory>
@@ -14,6 +14,11 @@ bool isOnlyOwner(const std::shared_ptr<T>& owner) {
         return false;
     std::shared_ptr<T>(owner).reset();
     return true;
+}
+
+/// Whether two references, living or not, are to the same object.
+inline bool isSameObject(const std::weak_ptr<void>& a, const std::weak_ptr<void>& b) {
+    return !a.owner_before(b) && !b.owner_before(a);
 }
 
 }  // namespace TWQuickTime
