@@ -58,5 +58,3 @@ void readWithLibplist(benchmark::State& state) {
 BENCHMARK(readWithLibplist)->Unit(benchmark::kMillisecond);
 
 }  // namespace
-
-BENCHMARK_MAIN();
