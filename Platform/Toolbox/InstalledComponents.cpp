@@ -1,0 +1,58 @@
+// The components that the library brings along besides exporters: media handlers, and the
+// compressors and decompressors that the installed codec library really has.
+#include <algorithm>
+
+#include "Engines/codec/CodecNames.h"
+#include "Private/ComponentRegistry.h"
+
+namespace TWQuickTime {
+namespace {
+
+void registerNamed(OSType type, OSType subType, std::string_view name, std::string info) {
+    ComponentRegistration component;
+    // Everything here works on state of its own instance alone.
+    component.description = {.componentType = type,
+                             .componentSubType = subType,
+                             .componentManufacturer = kAppleManufacturer,
+                             .componentFlags = cmpThreadSafe};
+    component.name = name;
+    component.info = std::move(info);
+    registerComponent(std::move(component));
+}
+
+void registerMediaHandlers() {
+    const std::pair<const char*, const char*> handlers[] = {
+        {"vide", "Video"}, {"soun", "Sound"}, {"tmcd", "Time Code"},
+        {"twen", "Tween"}, {"text", "Text"},
+    };
+    for (const auto& [subType, name] : handlers)
+        registerNamed(MediaHandlerType, fourCC(subType), name,
+                      std::string(name) + " media of movies.");
+}
+
+void registerCodecs(std::span<const codec::CodecName> codecs, OSType decompressor,
+                    OSType compressor) {
+    for (const codec::CodecName& codec : codecs) {
+        const std::string name(codec.name);
+        const auto registerDecompressor = [&](std::uint32_t code) {
+            registerNamed(decompressor, code, name, "Decompresses " + name + ".");
+        };
+        if (codec::decoderExists(codec)) {
+            registerDecompressor(codec.code);
+            std::for_each(codec.aliases.begin(), codec.aliases.end(), registerDecompressor);
+        }
+        // Aliases are codes that others write.
+        if (codec::encoderExists(codec))
+            registerNamed(compressor, codec.code, name, "Compresses " + name + ".");
+    }
+}
+
+const ComponentProvider mediaHandlers(ComponentRank::mediaHandlers, registerMediaHandlers);
+
+const ComponentProvider codecs(ComponentRank::codecs, [] {
+    registerCodecs(codec::videoCodecNames(), decompressorComponentType, compressorComponentType);
+    registerCodecs(codec::soundCodecNames(), kSoundDecompressor, kSoundCompressor);
+});
+
+}  // namespace
+}  // namespace TWQuickTime
