@@ -47,5 +47,6 @@ function(twqt_add_tests NAME)
         # The tests' own code need not be fast, and GoogleTest's macros are slow to optimise.
         target_compile_options(${NAME} PRIVATE -O0)
     endif()
-    gtest_discover_tests(${NAME} NO_PRETTY_VALUES DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120 PROPERTIES TIMEOUT 300)
+    gtest_discover_tests(${NAME} NO_PRETTY_VALUES DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120 
+        PROPERTIES TIMEOUT 300 ENVIRONMENT "ASAN_OPTIONS=allocator_may_return_null=1;TSAN_OPTIONS=allocator_may_return_null=1")
 endfunction()

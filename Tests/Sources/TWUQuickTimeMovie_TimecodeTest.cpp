@@ -5,6 +5,7 @@
 #include <string>
 
 #include "TWUQuickTimeMovie.h"
+#include "TimeAllowance.h"
 
 namespace TWQuickTime {
 namespace {
@@ -58,6 +59,9 @@ TEST_P(EveryFrameOfADay, ConvertsBothWays) {
 TEST_P(EveryFrameOfADay, PrintsAndParsesBackToItself) {
     int wrong = 0;
     forEveryFrameOfADay(GetParam(), [&](std::int32_t frame, TimeCodeTime timeCode) {
+        // Sanitized builds look at some frames of every second.
+        if (test::isSanitized && frame % 31 != 0)
+            return;
         const NSString printed = TWU::timeCodeStringForFrame(frame, GetParam(), true, true);
         const std::string& p = printed.utf8();
         const auto digits = [&p](std::size_t at) { return (p[at] - '0') * 10 + p[at + 1] - '0'; };

@@ -4,6 +4,8 @@
 
 #include <random>
 
+#include "TimeAllowance.h"
+
 namespace TWQuickTime::timeline {
 namespace {
 
@@ -278,15 +280,16 @@ TEST(SampleTable, RefusesMoreSamplesThanAFileCanCount) {
 }
 
 TEST(SampleTable, AppendingAMillionSamplesOneByOneTakesAMoment) {
+    constexpr std::uint32_t count = TWQuickTime::test::isSanitized ? 100'000 : 1'000'000;
     SampleTable table;
     std::uint64_t offset = 0;
-    for (std::uint32_t i = 0; i < 1'000'000; ++i) {
+    for (std::uint32_t i = 0; i < count; ++i) {
         const std::uint32_t size = 100 + i % 1000;
         ASSERT_TRUE(table.append({.offset = offset, .sizeInBytes = size, .duration = 1 + i % 2}));
         offset += size;
     }
-    EXPECT_EQ(table.duration(), 1'500'000);
-    EXPECT_EQ(table.sample(999'999)->offset + table.sample(999'999)->sizeInBytes, offset);
+    EXPECT_EQ(table.duration(), count / 2 * 3);
+    EXPECT_EQ(table.sample(count - 1)->offset + table.sample(count - 1)->sizeInBytes, offset);
 }
 
 std::vector<std::byte> bytesOf(std::initializer_list<std::uint32_t> words) {
