@@ -1,0 +1,179 @@
+#include "Engines/codec/SoundDecoder.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+
+#include "Engines/codec/Private/CodecMap.h"
+#include "Engines/codec/Private/DecoderConfiguration.h"
+#include "Engines/codec/Private/Native.h"
+
+namespace TWQuickTime::codec {
+
+using result::Expected;
+using result::Failure;
+using result::FailureKind;
+using result::Status;
+
+namespace {
+
+template <class Sample>
+float toFloat(Sample value) {
+    if constexpr (std::is_floating_point_v<Sample>) {
+        return static_cast<float>(value);
+    } else if constexpr (std::is_unsigned_v<Sample>) {
+        return static_cast<float>(int(value) - 128) / 128.0f;
+    } else {
+        return static_cast<float>(value) *
+               static_cast<float>(-1.0 / double(std::numeric_limits<Sample>::min()));
+    }
+}
+
+template <class Sample>
+void append(const AVFrame& frame, int channels, bool planar, std::vector<float>& into) {
+    const std::size_t frames = std::size_t(frame.nb_samples);
+    const std::size_t start = into.size();
+    into.resize(start + frames * std::size_t(channels));
+    float* out = into.data() + start;
+    if (planar) {
+        for (int channel = 0; channel < channels; ++channel) {
+            const auto* from = reinterpret_cast<const Sample*>(frame.extended_data[channel]);
+            for (std::size_t i = 0; i < frames; ++i) {
+                out[i * std::size_t(channels) + std::size_t(channel)] = toFloat(from[i]);
+            }
+        }
+        return;
+    }
+    const auto* from = reinterpret_cast<const Sample*>(frame.extended_data[0]);
+    for (std::size_t i = 0; i < frames * std::size_t(channels); ++i) {
+        out[i] = toFloat(from[i]);
+    }
+}
+
+class NativeSoundDecoder : public SoundDecoder {
+  public:
+    explicit NativeSoundDecoder(CodecContextPointer context)
+        : context_(std::move(context)), packet_(av_packet_alloc()), frame_(av_frame_alloc()) {}
+
+    Status decode(const Packet& packet, SoundBlock& block) override {
+        if (packet.bytes.empty()) {
+            return {};
+        }
+        if (packet.bytes.size() > (1u << 28)) {
+            return Failure{FailureKind::limit, "a sound packet of more than 256 MiB"};
+        }
+        av_packet_unref(packet_.get());
+        if (const int error = av_new_packet(packet_.get(), static_cast<int>(packet.bytes.size()));
+            error < 0) {
+            return nativeFailure(error, "av_new_packet");
+        }
+        std::memcpy(packet_->data, packet.bytes.data(), packet.bytes.size());
+        return feed(packet_.get(), block);
+    }
+
+    Status drain(SoundBlock& block) override { return feed(nullptr, block); }
+
+    void flush() override { avcodec_flush_buffers(context_.get()); }
+
+    int channels() const override { return context_->ch_layout.nb_channels; }
+    double sampleRate() const override { return context_->sample_rate; }
+
+  private:
+    Status feed(AVPacket* packet, SoundBlock& block) {
+        int error = avcodec_send_packet(context_.get(), packet);
+        if (error < 0 && error != AVERROR_EOF) {
+            return nativeFailure(error, "avcodec_send_packet");
+        }
+        while ((error = avcodec_receive_frame(context_.get(), frame_.get())) >= 0) {
+            take(block);
+            av_frame_unref(frame_.get());
+        }
+        if (error != AVERROR(EAGAIN) && error != AVERROR_EOF) {
+            return nativeFailure(error, "avcodec_receive_frame");
+        }
+        return {};
+    }
+
+    void take(SoundBlock& block) {
+        const int channels = frame_->ch_layout.nb_channels;
+        if (block.channels != channels) {
+            // A stream that changes its channels in the middle starts over with the new ones.
+            block.channels = channels;
+            block.samples.clear();
+        }
+        block.sampleRate = frame_->sample_rate;
+        block.channelMask =
+            frame_->ch_layout.order == AV_CHANNEL_ORDER_NATIVE ? frame_->ch_layout.u.mask : 0;
+        const auto format = static_cast<AVSampleFormat>(frame_->format);
+        const bool planar = av_sample_fmt_is_planar(format) != 0;
+        switch (av_get_packed_sample_fmt(format)) {
+            case AV_SAMPLE_FMT_U8:
+                append<std::uint8_t>(*frame_, channels, planar, block.samples);
+                break;
+            case AV_SAMPLE_FMT_S16:
+                append<std::int16_t>(*frame_, channels, planar, block.samples);
+                break;
+            case AV_SAMPLE_FMT_S32:
+                append<std::int32_t>(*frame_, channels, planar, block.samples);
+                break;
+            case AV_SAMPLE_FMT_S64:
+                append<std::int64_t>(*frame_, channels, planar, block.samples);
+                break;
+            case AV_SAMPLE_FMT_FLT:
+                append<float>(*frame_, channels, planar, block.samples);
+                break;
+            case AV_SAMPLE_FMT_DBL:
+                append<double>(*frame_, channels, planar, block.samples);
+                break;
+            default:
+                break;
+        }
+    }
+
+    CodecContextPointer context_;
+    PacketPointer packet_;
+    FramePointer frame_;
+};
+
+}  // namespace
+
+Expected<std::unique_ptr<SoundDecoder>> SoundDecoder::open(Bytes record) {
+    auto description = readSoundDescription(record);
+    if (!description) {
+        return description.failure();
+    }
+    silenceLibrary();
+    const DecoderConfiguration configuration = soundConfiguration(*description, record);
+    const AVCodec* codec =
+        configuration.id == AV_CODEC_ID_NONE ? nullptr : avcodec_find_decoder(configuration.id);
+    if (!codec) {
+        return Failure{FailureKind::notAvailable, "no decoder for this sound codec type"};
+    }
+    CodecContextPointer context(avcodec_alloc_context3(codec));
+    if (!context) {
+        return Failure{FailureKind::limit, "avcodec_alloc_context3"};
+    }
+    context->codec_tag = nativeTag(description->format);
+    if (description->channels > 0 && description->channels <= 64) {
+        av_channel_layout_default(&context->ch_layout, description->channels);
+    }
+    context->sample_rate = static_cast<int>(description->sampleRate);
+    context->bits_per_coded_sample = description->bitsPerSample;
+    const SoundPacking packing = soundPacking(*description);
+    if (packing.bytesPerPacket > 0 && packing.bytesPerPacket < (1u << 20)) {
+        context->block_align = static_cast<int>(packing.bytesPerPacket);
+    }
+    if (configuration.blockAlign > 0) {
+        context->block_align = configuration.blockAlign;
+        context->bits_per_coded_sample = configuration.bitsPerCodedSample;
+    }
+    if (auto status = setExtraData(*context, configuration.extraData); !status) {
+        return status.failure();
+    }
+    if (const int error = avcodec_open2(context.get(), codec, nullptr); error < 0) {
+        return nativeFailure(error, std::string("opening decoder ") + codec->name);
+    }
+    return std::unique_ptr<SoundDecoder>(std::make_unique<NativeSoundDecoder>(std::move(context)));
+}
+
+}  // namespace TWQuickTime::codec
