@@ -148,6 +148,7 @@ class SampleTable {
     SampleColumns columns_;
     LazyIndex<OffsetRange> offsetRange_;
     LastChunk lastChunk_;
+    bool checkedForAppending_ = false;
 };
 
 /// Walks samples in decode order. Holds its own view of the tables, so that it stays valid when

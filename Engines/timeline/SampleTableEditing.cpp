@@ -1,4 +1,5 @@
 // Appending samples to a table, and placing its chunks elsewhere.
+#include <algorithm>
 #include <limits>
 #include <string>
 
@@ -26,12 +27,18 @@ Status SampleTable::append(const NewSamples& samples) {
         return Failure{FailureKind::badArgument, "sample descriptions count from 1"};
     if (samples.count > kMaximumSamples - sampleCount())
         return Failure{FailureKind::limit, "a media holds at most 2^32 - 1 samples"};
-    if (!columns_.chunks.ordered() || columns_.chunks.totalSamples() != sampleCount())
-        return Failure{FailureKind::damaged,
-                       "the chunks do not hold the samples that there are; cannot append"};
-    if (columns_.times.totalCount() < sampleCount())
-        columns_.times.append(
-            static_cast<std::uint32_t>(sampleCount() - columns_.times.totalCount()), 0);
+    if (!checkedForAppending_) {
+        if (!columns_.chunks.ordered() || columns_.chunks.totalSamples() != sampleCount())
+            return Failure{FailureKind::damaged,
+                           "the chunks do not hold the samples that there are; cannot append"};
+        const std::uint64_t timed = columns_.times.totalCount();
+        if (timed < sampleCount())
+            columns_.times.append(static_cast<std::uint32_t>(sampleCount() - timed), 0);
+        const std::uint64_t offsets = columns_.composition.totalCount();
+        if (columns_.composition.rowCount() != 0 && offsets < sampleCount())
+            columns_.composition.append(static_cast<std::uint32_t>(sampleCount() - offsets), 0);
+        checkedForAppending_ = true;
+    }
     columns_.samplesChanged = true;
     appendPlacement(samples);
     columns_.times.append(samples.count, samples.duration);
@@ -48,12 +55,14 @@ Status SampleTable::append(const NewSamples& samples) {
 void SampleTable::appendCompositionOffsets(const NewSamples& samples) {
     if (columns_.composition.rowCount() == 0 && samples.compositionOffset == 0)
         return;
-    const std::uint64_t stated = columns_.composition.totalCount();
-    if (stated < sampleCount())
-        columns_.composition.append(static_cast<std::uint32_t>(sampleCount() - stated), 0);
+    if (columns_.composition.rowCount() == 0)
+        columns_.composition.append(sampleCount(), 0);
     columns_.composition.append(samples.count,
                                 static_cast<std::uint32_t>(samples.compositionOffset));
-    offsetRange_.reset();
+    if (OffsetRange* range = offsetRange_.ownForChange()) {
+        range->least = std::min(range->least, samples.compositionOffset);
+        range->greatest = std::max(range->greatest, samples.compositionOffset);
+    }
 }
 
 void SampleTable::appendSync(const NewSamples& samples) {

@@ -1,14 +1,8 @@
 #include "Engines/timeline/TableBytes.h"
 
+#include <algorithm>
+
 namespace TWQuickTime::timeline {
-
-std::vector<std::byte>& TableBytes::own() {
-    // The view holds the block as well: two owners are this table alone.
-    if (!own_ || own_.use_count() > 2)
-        own_ = std::make_shared<std::vector<std::byte>>(view_.span().begin(), view_.span().end());
-    return *own_;
-}
-
 namespace {
 
 template <class Value>
@@ -19,38 +13,43 @@ void put(std::byte* at, Value value) {
 
 }  // namespace
 
+std::byte* TableBytes::own(std::size_t sizeInBytes) {
+    if (!own_ || own_.use_count() > 1) {
+        own_ =
+            std::make_shared<std::vector<std::byte>>(data_, data_ + std::min(size_, sizeInBytes));
+        mapped_ = {};
+    }
+    own_->resize(sizeInBytes);
+    data_ = own_->data();
+    size_ = sizeInBytes;
+    return own_->data();
+}
+
 void TableBytes::appendU32(std::uint32_t value) {
-    auto& bytes = own();
-    bytes.resize(bytes.size() + sizeof value);
-    put(bytes.data() + bytes.size() - sizeof value, value);
-    refresh();
+    const std::size_t offset = size_;
+    put(own(offset + sizeof value) + offset, value);
 }
 
 void TableBytes::appendU64(std::uint64_t value) {
-    auto& bytes = own();
-    bytes.resize(bytes.size() + sizeof value);
-    put(bytes.data() + bytes.size() - sizeof value, value);
-    refresh();
+    const std::size_t offset = size_;
+    put(own(offset + sizeof value) + offset, value);
 }
 
 void TableBytes::appendByte(std::uint8_t value) {
-    own().push_back(static_cast<std::byte>(value));
-    refresh();
+    const std::size_t offset = size_;
+    put(own(offset + sizeof value) + offset, value);
 }
 
 void TableBytes::setU32(std::size_t offset, std::uint32_t value) {
-    put(own().data() + offset, value);
-    refresh();
+    put(own(size_) + offset, value);
 }
 
 void TableBytes::setU64(std::size_t offset, std::uint64_t value) {
-    put(own().data() + offset, value);
-    refresh();
+    put(own(size_) + offset, value);
 }
 
 void TableBytes::truncate(std::size_t sizeInBytes) {
-    own().resize(sizeInBytes);
-    refresh();
+    own(std::min(size_, sizeInBytes));
 }
 
 }  // namespace TWQuickTime::timeline

@@ -17,13 +17,14 @@ namespace TWQuickTime::timeline {
 class TableBytes {
   public:
     TableBytes() = default;
-    explicit TableBytes(SharedBytes mapped) : view_(std::move(mapped)) {}
+    explicit TableBytes(SharedBytes mapped)
+        : mapped_(std::move(mapped)), data_(mapped_.data()), size_(mapped_.size()) {}
 
-    std::span<const std::byte> bytes() const { return view_; }
-    std::size_t size() const { return view_.size(); }
+    std::span<const std::byte> bytes() const { return {data_, size_}; }
+    std::size_t size() const { return size_; }
 
     std::uint32_t u32(std::size_t offset) const {
-        const auto* p = reinterpret_cast<const unsigned char*>(view_.data() + offset);
+        const auto* p = reinterpret_cast<const unsigned char*>(data_ + offset);
         return static_cast<std::uint32_t>(p[0]) << 24 | static_cast<std::uint32_t>(p[1]) << 16 |
                static_cast<std::uint32_t>(p[2]) << 8 | p[3];
     }
@@ -33,18 +34,20 @@ class TableBytes {
 
     void appendU32(std::uint32_t value);
     void appendU64(std::uint64_t value);
-    void setU32(std::size_t offset, std::uint32_t value);
-    void setU64(std::size_t offset, std::uint64_t value);
     void appendByte(std::uint8_t value);
     /// Cuts the table to its first bytes.
     void truncate(std::size_t sizeInBytes);
+    void setU32(std::size_t offset, std::uint32_t value);
+    void setU64(std::size_t offset, std::uint64_t value);
 
   private:
-    std::vector<std::byte>& own();
-    void refresh() { view_ = SharedBytes(*own_, own_); }
+    /// Makes the rows this table's alone, with so many bytes.
+    std::byte* own(std::size_t sizeInBytes);
 
-    SharedBytes view_;
+    SharedBytes mapped_;
     std::shared_ptr<std::vector<std::byte>> own_;
+    const std::byte* data_ = nullptr;
+    std::size_t size_ = 0;
 };
 
 }  // namespace TWQuickTime::timeline

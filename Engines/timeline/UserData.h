@@ -23,6 +23,8 @@ struct UserDataItem {
 class UserData {
   public:
     std::vector<UserDataItem> items;
+    /// The file holds more items than are ever read; writing keeps them in front of `items`.
+    bool keptUnread = false;
 
     /// How many items of a type there are.
     std::size_t count(FourCharCode type) const;
