@@ -14,7 +14,10 @@ def pair_faults(root):
         # A class that falls into topics has a Class_Topic.cpp for each.
         if not (header.with_suffix(".cpp").is_file() or any(header.parent.glob(f"{header.stem}_*.cpp"))):
             yield f"Sources/{header.name}: has no {header.stem}.cpp beside it"
-        if not re.search(rf"\b(class|struct|namespace)\s+(TWQT_EXPORT\s+)?{header.stem}\b", header.read_text(encoding="utf-8")):
+        declared = rf"\b(class|struct|namespace)\s+(TWQT_EXPORT\s+)?{header.stem}\b"
+        # A header of constants is named after what their names begin with.
+        constants = rf"\bextern\s+const\s+\w+\s+{header.stem}[A-Z]"
+        if not re.search(f"{declared}|{constants}", header.read_text(encoding="utf-8")):
             yield f"Sources/{header.name}: declares no {header.stem}"
     for source in sorted((root / "Sources").glob("*.cpp")):
         if not any((source.parent / f"{stem}.h").is_file() for stem in (source.stem, source.stem.split("_")[0])):
