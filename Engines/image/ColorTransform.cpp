@@ -65,6 +65,10 @@ struct ColorTransform::State {
 ColorTransform::ColorTransform(std::unique_ptr<State> state) : state_(std::move(state)) {}
 ColorTransform::~ColorTransform() = default;
 
+bool isProfile(std::span<const std::byte> profile) {
+    return openProfile(profile) != nullptr;
+}
+
 bool isRGBProfile(std::span<const std::byte> profile) {
     const Profile opened = openProfile(profile);
     return opened && cmsGetColorSpace(opened.get()) == cmsSigRgbData;

@@ -53,7 +53,9 @@ class ColorTransform {
     std::unique_ptr<State> state_;
 };
 
-/// True when the bytes are a profile for RGB output.
+/// True when the bytes are a profile of any kind.
+bool isProfile(std::span<const std::byte> profile);
+/// True when they are one for RGB.
 bool isRGBProfile(std::span<const std::byte> profile);
 
 }  // namespace TWQuickTime::image

@@ -13,8 +13,8 @@ extern "C" {
 #include <cstring>
 #include <vector>
 
-#include "Engines/image/ColorTransform.h"
 #include "Engines/image/StillImage.h"
+#include "Engines/image/WholeImage.h"
 
 namespace TWQuickTime::image {
 namespace {
@@ -22,42 +22,6 @@ namespace {
 using result::Failure;
 using result::FailureKind;
 using result::Status;
-
-/// A decoded picture, all of its pixels A R G B.
-class WholeImage : public StillImage {
-  public:
-    WholeImage(SizeInPixels size, AlphaKind alpha, std::vector<std::uint8_t> pixels,
-               std::vector<std::byte> profile)
-        : size_(size), alpha_(alpha), pixels_(std::move(pixels)), profile_(std::move(profile)) {}
-
-    SizeInPixels size() const override { return size_; }
-
-    Status draw(RowConsumer& consumer, SizeInPixels,
-                std::span<const std::byte> destinationProfile) const override {
-        SourceColors colors;
-        colors.profile = profile_;
-        auto transform = ColorTransform::make(colors, destinationProfile);
-        if (!transform)
-            return transform.failure();
-        if (Status begun = consumer.begin(size_.width, size_.height, alpha_); !begun)
-            return begun;
-        std::vector<std::uint8_t> row(static_cast<std::size_t>(size_.width) * 4);
-        for (int y = 0; y < size_.height; ++y) {
-            std::memcpy(row.data(), &pixels_[static_cast<std::size_t>(y) * row.size()], row.size());
-            if (*transform)
-                (*transform)->convertRow(row.data(), size_.width);
-            if (Status taken = consumer.row(row.data()); !taken)
-                return taken;
-        }
-        return {};
-    }
-
-  private:
-    SizeInPixels size_;
-    AlphaKind alpha_;
-    std::vector<std::uint8_t> pixels_;
-    std::vector<std::byte> profile_;
-};
 
 struct FreeCodec {
     void operator()(AVCodecContext* codec) const { avcodec_free_context(&codec); }
@@ -74,6 +38,9 @@ struct FreeScaler {
 using Codec = std::unique_ptr<AVCodecContext, FreeCodec>;
 using Frame = std::unique_ptr<AVFrame, FreeFrame>;
 using Packet = std::unique_ptr<AVPacket, FreePacket>;
+
+// Shifts the library's messages about a picture below every level that it prints.
+constexpr int kQuiet = 64;
 
 Failure unreadable(const std::string& why, FailureKind kind = FailureKind::damaged) {
     return Failure{kind, "picture: " + why};
@@ -161,6 +128,7 @@ result::Expected<Frame> decode(AVPacket* packet, const AVCodecParameters* parame
         return unreadable("no memory", FailureKind::limit);
     codec->max_pixels = kMaximumWholePixels;
     codec->thread_count = 1;
+    codec->log_level_offset = kQuiet;
     Frame frame(av_frame_alloc());
     if (avcodec_open2(codec.get(), decoder, nullptr) < 0 ||
         avcodec_send_packet(codec.get(), packet) < 0)
@@ -217,12 +185,24 @@ struct FreeParameters {
     void operator()(AVCodecParameters* parameters) const { avcodec_parameters_free(&parameters); }
 };
 
+/// Picture handles begin with a size and a frame, then the version-2 opcodes; picture files have
+/// 512 bytes before that.
+bool isPictureHandle(std::span<const std::byte> bytes) {
+    static constexpr std::uint8_t kVersion2[4] = {0x00, 0x11, 0x02, 0xFF};
+    for (std::size_t start : {std::size_t{0}, std::size_t{512}})
+        if (bytes.size() >= start + 14 && std::memcmp(&bytes[start + 10], kVersion2, 4) == 0)
+            return true;
+    return false;
+}
+
 StillImageOrFailure openWithCodecs(std::span<const std::byte> bytes, const std::string& fileName) {
     const std::unique_ptr<AVCodecParameters, FreeParameters> parameters(avcodec_parameters_alloc());
     result::Expected<Packet> packet = Packet();
-    if (hasExtension(fileName, {"tga", "targa", "vda", "icb", "vst"})) {
+    const bool isTarga = hasExtension(fileName, {"tga", "targa", "vda", "icb", "vst"});
+    if (isTarga || isPictureHandle(bytes)) {
+        // No container reader recognises these; their decoders take the whole file.
         parameters->codec_type = AVMEDIA_TYPE_VIDEO;
-        parameters->codec_id = AV_CODEC_ID_TARGA;
+        parameters->codec_id = isTarga ? AV_CODEC_ID_TARGA : AV_CODEC_ID_QDRAW;
         packet = Packet(av_packet_alloc());
         if (bytes.size() > 0x7FFFFFFF ||
             av_new_packet(packet->get(), static_cast<int>(bytes.size())) < 0)
