@@ -185,29 +185,32 @@ struct FreeParameters {
     void operator()(AVCodecParameters* parameters) const { avcodec_parameters_free(&parameters); }
 };
 
-/// Picture handles begin with a size and a frame, then the version-2 opcodes; picture files have
-/// 512 bytes before that.
-bool isPictureHandle(std::span<const std::byte> bytes) {
+constexpr std::size_t kPictureFileHeader = 512;
+
+/// Picture handles begin with a size and a frame, then the version-2 opcodes; picture files have a
+/// header before that.
+bool isPictureAt(std::size_t start, std::span<const std::byte> bytes) {
     static constexpr std::uint8_t kVersion2[4] = {0x00, 0x11, 0x02, 0xFF};
-    for (std::size_t start : {std::size_t{0}, std::size_t{512}})
-        if (bytes.size() >= start + 14 && std::memcmp(&bytes[start + 10], kVersion2, 4) == 0)
-            return true;
-    return false;
+    return bytes.size() >= start + 14 && std::memcmp(&bytes[start + 10], kVersion2, 4) == 0;
 }
 
 StillImageOrFailure openWithCodecs(std::span<const std::byte> bytes, const std::string& fileName) {
     const std::unique_ptr<AVCodecParameters, FreeParameters> parameters(avcodec_parameters_alloc());
     result::Expected<Packet> packet = Packet();
     const bool isTarga = hasExtension(fileName, {"tga", "targa", "vda", "icb", "vst"});
-    if (isTarga || isPictureHandle(bytes)) {
-        // No container reader recognises these; their decoders take the whole file.
+    const bool isHandle = isPictureAt(0, bytes);
+    if (isTarga || isHandle || isPictureAt(kPictureFileHeader, bytes)) {
+        // No container reader recognises these; their decoders take the whole file, that of
+        // pictures with the header in front.
+        const std::size_t gap = isHandle ? kPictureFileHeader : 0;
         parameters->codec_type = AVMEDIA_TYPE_VIDEO;
         parameters->codec_id = isTarga ? AV_CODEC_ID_TARGA : AV_CODEC_ID_QDRAW;
         packet = Packet(av_packet_alloc());
-        if (bytes.size() > 0x7FFFFFFF ||
-            av_new_packet(packet->get(), static_cast<int>(bytes.size())) < 0)
+        if (bytes.size() > 0x7FFF0000 ||
+            av_new_packet(packet->get(), static_cast<int>(bytes.size() + gap)) < 0)
             return unreadable("no memory", FailureKind::limit);
-        std::memcpy((*packet)->data, bytes.data(), bytes.size());
+        std::memset((*packet)->data, 0, gap);
+        std::memcpy((*packet)->data + gap, bytes.data(), bytes.size());
     } else {
         packet = firstPacket(bytes, parameters.get());
     }

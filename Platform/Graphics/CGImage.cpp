@@ -1,6 +1,7 @@
 #include "CGImage.h"
 
 #include "Private/GraphicsRecords.h"
+#include "Private/ImageOfData.h"
 
 namespace TWQuickTime {
 namespace {

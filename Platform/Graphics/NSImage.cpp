@@ -1,6 +1,6 @@
 #include "NSImage.h"
 
-#include "Private/GraphicsRecords.h"
+#include "Private/ImageOfData.h"
 
 namespace TWQuickTime {
 

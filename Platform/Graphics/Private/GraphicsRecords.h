@@ -51,8 +51,4 @@ struct CGImageDestinationRecord : CountedObject {
     ~CGImageDestinationRecord();
 };
 
-/// An image of a picture in any format; null when there is none. Keeps the data.
-/// @param fileName  may be empty; see image::openAny
-CGImageRef createImageOfData(const NSData& data, const std::string& fileName);
-
 }  // namespace TWQuickTime

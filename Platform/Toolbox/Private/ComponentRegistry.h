@@ -42,7 +42,12 @@ struct ComponentRegistration {
 };
 
 /// In which order providers are asked, and so components are found.
-enum class ComponentRank { movieExporters = 100, mediaHandlers = 200, codecs = 300 };
+enum class ComponentRank {
+    movieExporters = 100,
+    mediaHandlers = 200,
+    codecs = 300,
+    graphicsImporters = 400
+};
 
 class TWQT_EXPORT ComponentProvider {
   public:
