@@ -67,7 +67,8 @@ TEST(PresetsCommand, KeepsTheKindsOfIdentifiersAndTheOrderOfTheFile) {
     EXPECT_EQ(presets["settings"][0]["id"], 1);
     EXPECT_EQ(presets["settings"][0]["subtype"], "MooV");
     EXPECT_EQ(presets["settings"][0]["type"], "spit");
-    EXPECT_EQ(presets["settings"][0]["manufacturer"], "appl");
+    EXPECT_EQ(presets["settings"][0]["manufacturer"], nullptr);
+    EXPECT_EQ(presets["settings"][1]["manufacturer"], "appl");
     EXPECT_EQ(presets["settings"][1]["id"], 2);
     EXPECT_EQ(presets["sequences"][0]["id"], "web");
 }
