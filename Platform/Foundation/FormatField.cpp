@@ -1,4 +1,4 @@
-#include "Private/FormatSpecification.h"
+#include "Private/FormatField.h"
 
 #include <algorithm>
 
@@ -23,8 +23,8 @@ class ConversionParser {
         constexpr std::string_view conversions = "diuxXocCsfFeEgGaA@%";
         if (at_ >= text_.size() || conversions.find(text_[at_]) == conversions.npos)
             return std::nullopt;
-        specification_.conversion = text_[at_++];
-        return ParsedConversion{specification_, at_};
+        field_.conversion = text_[at_++];
+        return ParsedConversion{field_, at_};
     }
 
   private:
@@ -50,7 +50,7 @@ class ConversionParser {
         const std::size_t start = at_;
         const std::optional<int> number = takeNumber();
         if (number && *number > 0 && take('$'))
-            specification_.position = static_cast<std::size_t>(*number);
+            field_.position = static_cast<std::size_t>(*number);
         else
             at_ = start;
     }
@@ -59,19 +59,19 @@ class ConversionParser {
         for (;; ++at_) {
             switch (current()) {
                 case '-':
-                    specification_.leftAligned = true;
+                    field_.leftAligned = true;
                     break;
                 case '0':
-                    specification_.zeroFilled = true;
+                    field_.zeroFilled = true;
                     break;
                 case '+':
-                    specification_.plusSign = true;
+                    field_.plusSign = true;
                     break;
                 case ' ':
-                    specification_.blankSign = true;
+                    field_.blankSign = true;
                     break;
                 case '#':
-                    specification_.alternateForm = true;
+                    field_.alternateForm = true;
                     break;
                 default:
                     return;
@@ -81,36 +81,36 @@ class ConversionParser {
 
     void parseWidth() {
         if (take('*'))
-            specification_.widthFromArgument = true;
+            field_.widthFromArgument = true;
         else
-            specification_.width = takeNumber();
+            field_.width = takeNumber();
     }
 
     void parsePrecision() {
         if (!take('.'))
             return;
         if (take('*'))
-            specification_.precisionFromArgument = true;
+            field_.precisionFromArgument = true;
         else
-            specification_.precision = takeNumber().value_or(0);
+            field_.precision = takeNumber().value_or(0);
     }
 
     void parseLength() {
         constexpr std::string_view lengthLetters = "hlqLjzt";
         for (; lengthLetters.find(current()) != lengthLetters.npos; ++at_) {
             if (current() == 'h')
-                specification_.isForShortType = true;
+                field_.isForShortType = true;
         }
     }
 
     std::string_view text_;
     std::size_t at_ = 0;
-    FormatSpecification specification_;
+    FormatField field_;
 };
 
 }  // namespace
 
-void FormatSpecification::setWidth(std::optional<int> value) {
+void FormatField::setWidth(std::optional<int> value) {
     width = value;
     if (value && *value < 0) {
         leftAligned = true;
@@ -118,7 +118,7 @@ void FormatSpecification::setWidth(std::optional<int> value) {
     }
 }
 
-void FormatSpecification::setPrecision(std::optional<int> value) {
+void FormatField::setPrecision(std::optional<int> value) {
     precision = value && *value >= 0 ? value : std::nullopt;
 }
 

@@ -10,7 +10,7 @@ namespace TWQuickTime {
 /// Wider fields and longer precisions are cut to this, so that no format can ask for gigabytes.
 inline constexpr int formatWidthMaximum = 4096;
 
-struct FormatSpecification {
+struct FormatField {
     /// Counted from 1, for "%2$@"; none takes the next argument.
     std::optional<std::size_t> position;
     bool leftAligned = false;
@@ -33,7 +33,7 @@ struct FormatSpecification {
 };
 
 struct ParsedConversion {
-    FormatSpecification specification;
+    FormatField field;
     std::size_t lengthInBytes = 0;
 };
 
