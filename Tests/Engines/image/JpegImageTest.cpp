@@ -94,8 +94,8 @@ TEST(JpegImage, DecodesAsAnIndependentDecoderDoes) {
     TemporaryDirectory directory;
     const std::string jpeg = directory.file("a.jpg");
     const std::string raw = directory.file("a.argb");
-    runFfmpeg(
-        {"-f", "lavfi", "-i", "testsrc2=s=160x120:d=0.04", "-frames:v", "1", "-pix_fmt", "yuvj444p", "-q:v", "2", jpeg});
+    runFfmpeg({"-f", "lavfi", "-i", "testsrc2=s=160x120:d=0.04", "-frames:v", "1", "-pix_fmt",
+               "yuvj444p", "-q:v", "2", jpeg});
     runFfmpeg({"-i", jpeg, "-sws_flags", "accurate_rnd+full_chroma_int+full_chroma_inp+bilinear",
                "-f", "rawvideo", "-pix_fmt", "argb", raw});
     const auto bytes = test::readBytes(jpeg);

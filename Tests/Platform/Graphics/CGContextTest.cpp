@@ -155,18 +155,18 @@ TEST(NSImage, ReadsPictureHandlesWithAndWithoutTheFilesHeader) {
                                           0, 64, 0x00, 0x11, 0x02, 0xFF, 0x0C, 0x00};
     picture.resize(picture.size() + 24);
     const unsigned char pixelMap[] = {
-        0x00, 0x9A, 0,    0,   0,    0xFF,                      // DirectBitsRect, base address
-        0x81, 0x00, 0,    0,   0,    0,    0,    2,  0,    64,  // bytes of a row, bounds
-        0,    0,    0,    4,   0,    0,    0,    0,             // version, pack type, pack size
-        0,    72,   0,    0,   0,    72,   0,    0,  0,    16,  0, 32, 0, 3, 0, 8,  // resolutions,
-                                                                                    // direct, 32
-                                                                                    // bits, 3 x 8
-        0,    0,    0,    0,   0,    0,    0,    0,  0,    0,   0, 0,  // plane bytes, table,
-                                                                       // reserved
-        0,    0,    0,    0,   0,    2,    0,    64, 0,    0,   0, 0,  0, 2, 0, 64, 0,
-        0,                                            // source, destination, mode
-        0,    6,    0xC1, 255, 0xC1, 10,   0xC1, 20,  // each component of a row: a run of 64
-        0,    6,    0xC1, 255, 0xC1, 10,   0xC1, 20, 0x00, 0xFF};
+        0x00, 0x9A, 0, 0, 0, 0xFF,                           // DirectBitsRect, base address
+        0x81, 0x00, 0, 0, 0, 0, 0, 2, 0, 64,                 // bytes of a row, bounds
+        0, 0, 0, 4, 0, 0, 0, 0,                              // version, pack type, pack size
+        0, 72, 0, 0, 0, 72, 0, 0, 0, 16, 0, 32, 0, 3, 0, 8,  // resolutions,
+                                                             // direct, 32
+                                                             // bits, 3 x 8
+        0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,                  // plane bytes, table,
+                                                             // reserved
+        0, 0, 0, 0, 0, 2, 0, 64, 0, 0, 0, 0, 0, 2, 0, 64, 0,
+        0,                                    // source, destination, mode
+        0, 6, 0xC1, 255, 0xC1, 10, 0xC1, 20,  // each component of a row: a run of 64
+        0, 6, 0xC1, 255, 0xC1, 10, 0xC1, 20, 0x00, 0xFF};
     picture.insert(picture.end(), std::begin(pixelMap), std::end(pixelMap));
     const auto image = NSImage::initWithData(NSData::dataWithBytes(picture.data(), picture.size()));
     ASSERT_NE(image, nullptr);
