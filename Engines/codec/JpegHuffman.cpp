@@ -1,4 +1,4 @@
-#include "Engines/codec/JpegHuffman.h"
+#include "Engines/codec/Private/JpegHuffman.h"
 
 #include <algorithm>
 #include <cstddef>

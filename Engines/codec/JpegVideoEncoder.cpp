@@ -6,9 +6,9 @@
 #include <cstdlib>
 #include <deque>
 
-#include "Engines/codec/JpegHuffman.h"
 #include "Engines/codec/Private/EncoderFactories.h"
 #include "Engines/codec/Private/JpegErrors.h"
+#include "Engines/codec/Private/JpegHuffman.h"
 
 namespace TWQuickTime::codec {
 
