@@ -4,6 +4,7 @@
 #include "CodecInformation.h"
 #include "NSBundle.h"
 #include "TWLog.h"
+#include "TWQuickTimeBundle.h"
 #include "UQuickTimeAtom.h"
 
 namespace TWQuickTime {
@@ -98,9 +99,9 @@ NSString UQuickTimeAtom::GetCodecName(CodecType inCodecType) {
     TWLogError(nameStatus, "GetCompressionName", "Sources/UQuickTimeAtom", 867);
     if (nameStatus == noErr)
         return stringWithPascalString(name, encoding);
-    const auto bundle = NSBundle::bundleWithIdentifier("org.twquicktime.TWQuickTime");
+    const auto bundle = NSBundle::bundleWithIdentifier(TWQuickTimeBundleIdentifier);
     // Without the bundle an unknown name is still told from a nil one.
-    return bundle ? bundle->localizedStringForKey("Unknown", "", "TWQuickTime_QECS")
+    return bundle ? bundle->localizedStringForKey("Unknown", "", TWQuickTimeStringsTable)
                   : NSString("Unknown");
 }
 

@@ -12,10 +12,13 @@
 namespace TWQuickTime {
 namespace {
 
-/// Makes the handle hold the text as a Pascal string, cut between characters at 255 bytes.
+/// Makes the handle hold the text as a Pascal string, cut between characters at 255 bytes; no text
+/// leaves no bytes.
 OSErr putPascalString(Handle handle, const std::string& text) {
     if (!IsHandleValid(handle))
         return nilHandleErr;
+    if (text.empty())
+        return resizeHandle(handle, 0) ? noErr : memFullErr;
     std::size_t count = std::min<std::size_t>(text.size(), 255);
     while (count < text.size() && count > 0 &&
            (static_cast<unsigned char>(text[count]) & 0xC0) == 0x80)

@@ -160,6 +160,14 @@ TEST(Components, InfoGivesDescriptionNameAndInformationAsPascalStrings) {
     DisposeHandle(icon);
 }
 
+TEST(Components, AComponentWithoutANameLeavesTheHandleWithoutBytes) {
+    const Registered component("aaaa", 0, "");
+    Handle name = NewHandle(9);
+    EXPECT_EQ(GetComponentInfo(component.component, nullptr, name, nullptr, nullptr), noErr);
+    EXPECT_EQ(GetHandleSize(name), 0);
+    DisposeHandle(name);
+}
+
 TEST(Components, AnOverlongNameIsCutBetweenCharacters) {
     std::string longName;
     for (int i = 0; i < 200; ++i)
