@@ -15,9 +15,6 @@ namespace {
 
 constexpr std::size_t kHeaderLength = 8;
 constexpr std::size_t kTrailerLength = 32;
-/// A list whose shared containers expand to more values than the file has bytes, and this many
-/// more, is made to exhaust whoever walks it.
-constexpr std::uint64_t kSpareExpandedValues = 65536;
 
 std::uint64_t bigEndian(std::span<const std::byte> bytes) {
     std::uint64_t value = 0;
@@ -67,7 +64,7 @@ class BinaryPropertyListReader {
           offsets_(file.subspan(trailer.offsetTable)),
           trailer_(trailer),
           unspentBytes_(trailer.offsetTable),
-          mostExpandedValues_(file.size() + kSpareExpandedValues),
+          mostExpandedValues_(mostExpandedPropertyListValues(file.size())),
           slots_(trailer.objectCount, kUnread) {}
 
     PropertyListValue read() {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <span>
 #include <string_view>
 
@@ -12,6 +13,12 @@ namespace TWQuickTime {
 
 /// Deepest nesting of containers that is read or written: recursion stays far from any stack's end.
 inline constexpr int kMaximumPropertyListDepth = 512;
+
+/// A list whose shared containers expand to more values than this is made to exhaust whoever walks
+/// it. Without shared containers there are fewer values than bytes.
+inline constexpr std::uint64_t mostExpandedPropertyListValues(std::size_t fileSizeInBytes) {
+    return fileSizeInBytes + std::uint64_t{65536};
+}
 
 /// The one key of a dictionary that stands for a UID where a form has no UIDs.
 inline constexpr const char* kPropertyListUIDKey = "CF$UID";
