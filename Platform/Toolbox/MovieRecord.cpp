@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "Components.h"
+#include "Private/MovieFileStorage.h"
 
 namespace TWQuickTime {
 namespace {
@@ -24,6 +25,10 @@ MediaRecord* TrackRecord::mediaRecord() {
         media = std::make_unique<MediaRecord>(*this, *track->media);
     return media.get();
 }
+
+MovieRecord::MovieRecord(std::unique_ptr<timeline::Movie> model) : movie(std::move(model)) {}
+
+MovieRecord::~MovieRecord() = default;
 
 TrackRecord& MovieRecord::trackRecord(timeline::Track& track) {
     std::unique_ptr<TrackRecord>& record = tracks[&track];

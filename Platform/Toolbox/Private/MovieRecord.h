@@ -10,6 +10,7 @@
 
 #include <memory>
 #include <unordered_map>
+#include <vector>
 
 #include "Engines/timeline/Movie.h"
 #include "MovieTypes.h"
@@ -17,6 +18,7 @@
 
 namespace TWQuickTime {
 
+class MovieAtomUse;
 class MovieStorage;
 
 struct UserDataRecord {
@@ -57,7 +59,8 @@ struct TrackRecord {
 };
 
 struct MovieRecord {
-    explicit MovieRecord(std::unique_ptr<timeline::Movie> model) : movie(std::move(model)) {}
+    explicit MovieRecord(std::unique_ptr<timeline::Movie> model);
+    ~MovieRecord();
 
     LiveObject<MovieRecord> live{this};
     std::unique_ptr<timeline::Movie> movie;
@@ -70,6 +73,8 @@ struct MovieRecord {
     /// Where new samples go; without one they are kept in memory until the movie is written.
     std::shared_ptr<MovieStorage> storage;
     std::shared_ptr<timeline::SampleStore> memory;
+    /// The parts of its file that the movie still reads tables from.
+    std::vector<std::unique_ptr<MovieAtomUse>> atomUses;
 
     TrackRecord& trackRecord(timeline::Track& track);
 };

@@ -1,0 +1,51 @@
+#include <array>
+
+#include "Private/MediaHandlerStorage.h"
+
+namespace TWQuickTime {
+namespace {
+
+struct HandlerKind {
+    OSType mediaType;
+    const char* name;
+    const char* info;
+};
+
+constexpr std::array kHandlers = {
+    HandlerKind{VideoMediaType, "Video", "Pictures of video tracks"},
+    HandlerKind{SoundMediaType, "Sound", "Sound of sound tracks"},
+    HandlerKind{TextMediaType, "Text", "Text and chapters"},
+    HandlerKind{fourCC("sbtl"), "Subtitle", "Subtitles"},
+    HandlerKind{TimeCodeMediaType, "Time Code", "Timecode of timecode tracks"},
+    HandlerKind{TweenMediaType, "Tween", "Values that change over time"},
+    HandlerKind{fourCC("meta"), "Metadata", "Timed metadata"},
+};
+
+const ComponentProvider provider(ComponentRank::mediaHandlers, [] {
+    for (const HandlerKind& kind : kHandlers)
+        registerComponent({.description = {.componentType = MediaHandlerType,
+                                           .componentSubType = kind.mediaType,
+                                           .componentManufacturer = kAppleManufacturer,
+                                           .componentFlags = cmpThreadSafe},
+                           .name = kind.name,
+                           .info = kind.info,
+                           .open = [] { return std::make_unique<MediaHandlerStorage>(); }});
+});
+
+}  // namespace
+
+bool hasMediaHandler(OSType mediaType) {
+    const ComponentDescription wanted{.componentType = MediaHandlerType,
+                                      .componentSubType = mediaType};
+    return mediaType != 0 && FindNextComponent(nullptr, &wanted) != nullptr;
+}
+
+MediaHandler handlerOfMedia(MediaRecord& record) {
+    if (!record.handler)
+        record.handler = OpenDefaultComponent(MediaHandlerType, record.media->type());
+    if (auto* storage = componentStorageAs<MediaHandlerStorage>(record.handler))
+        storage->media = &record;
+    return record.handler;
+}
+
+}  // namespace TWQuickTime
