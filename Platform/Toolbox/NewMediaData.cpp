@@ -6,13 +6,12 @@
 #include "Private/BigEndianBytes.h"
 #include "Private/DataReferencePath.h"
 #include "Private/HandleBytes.h"
+#include "Private/MemoryReferences.h"
 #include "Private/MovieFileStorage.h"
 #include "Private/StatusOfFailure.h"
 
 namespace TWQuickTime {
 namespace {
-
-constexpr timeline::FourCharCode kMemoryReference = timeline::fourCharCode("hndl");
 
 NewMediaData memoryData(MovieRecord& movie, timeline::Media& media) {
     if (!movie.memory)
@@ -22,9 +21,7 @@ NewMediaData memoryData(MovieRecord& movie, timeline::Media& media) {
         return reference.store == movie.memory;
     });
     if (found == references.end())
-        found = references.insert(
-            references.end(),
-            {.type = kMemoryReference, .flags = 0, .data = {}, .store = movie.memory});
+        found = references.insert(references.end(), makeMemoryReference(movie.memory));
     return {static_cast<std::uint16_t>(found - references.begin() + 1), movie.memory.get()};
 }
 
@@ -68,10 +65,10 @@ std::optional<timeline::SampleDescription> sampleDescriptionOfHandle(Handle hand
 }
 
 OSErr addFileReference(timeline::Media& media, Handle dataRef, OSType dataRefType) {
-    const auto path = pathOfDataReference(dataRef, dataRefType);
+    const NSString path = dataReferencePath(dataRef, dataRefType);
     if (!path)
         return invalidDataRef;
-    timeline::DataReference reference = moviefile::makeFileReference(*path);
+    timeline::DataReference reference = moviefile::makeFileReference(path.utf8());
     auto store = moviefile::openDataReference(reference, nullptr);
     if (!store)
         return statusOfFailure(store.failure());

@@ -1,0 +1,108 @@
+#include "Private/OpenMovie.h"
+
+#include "Engines/moviefile/DataReferences.h"
+#include "Engines/moviefile/MovieReader.h"
+#include "Engines/moviefile/MovieWriter.h"
+#include "Private/MemoryReferences.h"
+#include "Private/MovieFileStorage.h"
+
+namespace TWQuickTime {
+namespace {
+
+ForeignMovieOpener& foreignMovieOpener() {
+    static ForeignMovieOpener opener;
+    return opener;
+}
+
+result::Expected<std::unique_ptr<MovieRecord>> openForeignMovie(const std::string& path,
+                                                                const result::Failure& why) {
+    if (!foreignMovieOpener() || why.kind == result::FailureKind::permission ||
+        why.kind == result::FailureKind::io)
+        return why;
+    auto movie = foreignMovieOpener()(path);
+    if (!movie)
+        return why;
+    return std::make_unique<MovieRecord>(std::move(*movie));
+}
+
+/// Keeps the parts of the file that the movie's tables lie in from being written to.
+void keepMovieAtoms(MovieRecord& record, const moviefile::OpenedMovie& opened) {
+    if (!opened.file || opened.file->descriptor() < 0)
+        return;
+    const FileIdentity file = fileIdentityOf(opened.file->descriptor());
+    for (std::size_t i = 0; i < opened.layout.atoms.size(); ++i) {
+        const moviefile::TopLevelAtom& atom = opened.layout.atoms[i];
+        const bool isFragment = opened.fragmented && atom.type == timeline::fourCharCode("moof");
+        if (i == opened.movieAtomIndex || isFragment)
+            record.atomUses.push_back(std::make_unique<MovieAtomUse>(
+                file, moviefile::ByteRange{atom.offset, atom.sizeInBytes}));
+    }
+}
+
+/// A reference that names its data for everybody in this process.
+timeline::DataReference portableReference(const timeline::DataReference& reference) {
+    if (!reference.store)
+        return reference;
+    const std::string path = reference.store->path();
+    const bool nameable = !path.empty() && fileIdentityOf(path).device != 0 &&
+                          fileIdentityOf(path) == fileIdentityOf(reference.store->descriptor());
+    return nameable ? moviefile::makeFileReference(path) : makeMemoryReference(reference.store);
+}
+
+void followReference(timeline::DataReference& reference) {
+    reference.store = storeOfMemoryReference(reference);
+    if (reference.store || reference.isSelf())
+        return;
+    const auto path = moviefile::pathOfReference(reference, "");
+    if (!path)
+        return;
+    if (auto storage = MovieStorage::openStorageOfFile(*path)) {
+        reference.store = std::move(storage);
+        return;
+    }
+    auto opened = moviefile::openDataReference(reference, nullptr);
+    if (opened)
+        reference.store = std::move(*opened);
+}
+
+}  // namespace
+
+void setForeignMovieOpener(ForeignMovieOpener opener) {
+    foreignMovieOpener() = std::move(opener);
+}
+
+result::Expected<std::unique_ptr<MovieRecord>> openMovieAtPath(const std::string& path,
+                                                               std::int32_t flags) {
+    moviefile::ReadOptions options;
+    options.resolveReferences = (flags & newMovieDontResolveDataRefs) == 0;
+    auto opened = moviefile::openMovieFile(path, options);
+    if (!opened)
+        return openForeignMovie(path, opened.failure());
+    auto record = std::make_unique<MovieRecord>(std::move(opened->movie));
+    record->file = opened->file;
+    record->storage = MovieStorage::openStorageOfFile(path);
+    keepMovieAtoms(*record, *opened);
+    return record;
+}
+
+result::Expected<std::vector<std::byte>> movieAtomForHandle(const timeline::Movie& movie) {
+    moviefile::WriteOptions options;
+    options.compression = moviefile::Compression::never;
+    options.mapDataReference = portableReference;
+    return moviefile::writeMovieAtom(movie, options);
+}
+
+result::Expected<std::unique_ptr<timeline::Movie>> movieOfAtom(const timeline::SharedBytes& atom,
+                                                               std::int32_t flags) {
+    moviefile::ReadOptions options;
+    options.resolveReferences = false;
+    auto movie = moviefile::readMovieAtom(atom, options);
+    if (movie && (flags & newMovieDontResolveDataRefs) == 0)
+        for (const auto& track : (*movie)->tracks)
+            if (track->media)
+                for (timeline::DataReference& reference : track->media->dataReferences)
+                    followReference(reference);
+    return movie;
+}
+
+}  // namespace TWQuickTime
