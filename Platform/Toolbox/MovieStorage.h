@@ -18,6 +18,10 @@
 
 namespace TWQuickTime {
 
+/// Statuses of the numbers that files are open by.
+inline constexpr OSErr tmfoErr = -42;
+inline constexpr OSErr rfNumErr = -51;
+
 /// @param flags  kDataHCanRead, kDataHCanWrite or both
 /// @param dataHandler  closed by CloseMovieStorage
 TWQT_EXPORT OSErr OpenMovieStorage(Handle dataRef, OSType dataRefType, std::int32_t flags,
@@ -43,7 +47,7 @@ TWQT_EXPORT OSErr OpenMovieFile(const FSSpec* fileSpec, std::int16_t* resRefNum,
                                 std::int8_t permission);
 TWQT_EXPORT OSErr CloseMovieFile(std::int16_t resRefNum);
 /// @param resourceID  may be null
-/// @param resourceName  may be null; never filled, files here have no resources
+/// @param resourceName  may be null; becomes empty, files here have no resources
 /// @param dataRefWasChanged  may be null
 /// @return rfNumErr for a number that no open file has
 TWQT_EXPORT OSErr NewMovieFromFile(Movie* movie, std::int16_t resRefNum, std::int16_t* resourceID,

@@ -1,0 +1,28 @@
+#include "Private/MovieStorageHandler.h"
+
+namespace TWQuickTime {
+namespace {
+
+constexpr OSType kDataHandlerType = fourCC("dhlr");
+constexpr OSType kAliasSubType = fourCC("alis");
+
+const ComponentProvider provider(ComponentRank::mediaHandlers, [] {
+    registerComponent({.description = {.componentType = kDataHandlerType,
+                                       .componentSubType = kAliasSubType,
+                                       .componentManufacturer = kAppleManufacturer,
+                                       .componentFlags = cmpThreadSafe},
+                       .name = "Files",
+                       .info = "Media data in files",
+                       .open = [] { return std::make_unique<MovieStorageHandler>(); }});
+});
+
+}  // namespace
+
+DataHandler newStorageHandler(std::shared_ptr<MovieStorage> storage) {
+    const DataHandler handler = OpenDefaultComponent(kDataHandlerType, kAliasSubType);
+    if (auto* handlerStorage = componentStorageAs<MovieStorageHandler>(handler))
+        handlerStorage->storage = std::move(storage);
+    return handler;
+}
+
+}  // namespace TWQuickTime
