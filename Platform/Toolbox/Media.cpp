@@ -45,12 +45,8 @@ Media NewTrackMedia(Track track, OSType mediaType, TimeScale timeScale, Handle d
 }
 
 Media GetTrackMedia(Track track) {
-    Media media = nullptr;
-    workOnObject("GetTrackMedia", track, [&](TrackRecord& record) -> OSErr {
-        media = record.mediaRecord();
-        return media ? noErr : invalidMedia;
-    });
-    return media;
+    return readObject("GetTrackMedia", track, Media{nullptr},
+                      [](TrackRecord& record) -> Media { return record.mediaRecord(); });
 }
 
 Track GetMediaTrack(Media media) {

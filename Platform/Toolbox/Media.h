@@ -27,7 +27,7 @@ inline constexpr std::int16_t mediaSampleNotSync = 1;
 /// @return null with -2009 for a bad track, -50 for one that has a media or for a scale below 0
 TWQT_EXPORT Media NewTrackMedia(Track track, OSType mediaType, TimeScale timeScale, Handle dataRef,
                                 OSType dataRefType);
-/// Null with -2008 when the track has none.
+/// Null without an error when the track has none.
 TWQT_EXPORT Media GetTrackMedia(Track track);
 TWQT_EXPORT Track GetMediaTrack(Media media);
 
