@@ -1,20 +1,31 @@
-// Class methods around movies: timecode arithmetic and strings.
+// Class methods around movies: timecode arithmetic and strings, tracks, files, user data, timecode
+// tracks.
 //
-// Timecode here is plain non-drop-frame counting at a whole number of frames per second; 29.97 is
-// passed as 30. Frame numbers and rates are 32-bit and wrap like the registers they come from.
+// Timecode arithmetic is plain non-drop-frame counting at a whole number of frames per second;
+// 29.97 is passed as 30. Everything else takes a movie or track of the toolbox; null gives a
+// neutral answer, and nothing takes a lock: whoever shares a movie between threads holds
+// StQuickTimeLock.
 //
-//     TimeCodeTime tc = TWUQuickTimeMovie::frameToTimeCode(93079, 25);           // 1, 2, 3, 4
 //     NSString text = TWUQuickTimeMovie::timeCodeStringForFrame(93079, 25, true, true);
+//     Movie movie = TWUQuickTimeMovie::createMovieFromPath(path, fsRdPerm, nullptr, nullptr,
+//                                                          &status);
+//     TWUQuickTimeMovie::setUserDataInt(5, fourCC("cnt1"), movie);
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
+#include "FSSpec.h"
+#include "NSData.h"
 #include "NSString.h"
+#include "PropertyListValue.h"
 #include "TWQTExport.h"
 #include "TimeCodeTime.h"
 #include "ToolboxTypes.h"
 
 namespace TWQuickTime {
+
+class QTMovie;
 
 class TWQT_EXPORT TWUQuickTimeMovie {
   public:
@@ -56,6 +67,103 @@ class TWQT_EXPORT TWUQuickTimeMovie {
     /// @return 0; or -1 with nothing written, for nil or at any other character
     static OSErr timeCodeStringToTCT(const NSString& string, std::int32_t withFrameRate,
                                      TimeCodeTime* resultTimeCode, std::int32_t* resultFrameNumber);
+
+    // Tracks; see UQuickTimeMovie.
+
+    static std::int32_t getTrackCount(Movie movie);
+    /// (getFirstTrackOfMovie:forMediaType:)
+    static Track getFirstTrackOfMovie(Movie movie, OSType forMediaType);
+    /// (createNewAudioTrackInMovie:timeScale:track:media:)
+    static OSErr createNewAudioTrackInMovie(Movie movie, TimeScale timeScale, Track* track,
+                                            Media* media);
+    /// (createNewTrackInMovie:mediaType:width:height:layer:timeScale:track:media:)
+    static OSErr createNewTrackInMovie(Movie movie, OSType mediaType, int width, int height,
+                                       int layer, TimeScale timeScale, Track* track, Media* media);
+
+    // Movie files and whole movies. Nothing is logged.
+
+    /// Whether the contents of a file are those of a movie.       (isMovieFile:)
+    static bool isMovieFile(const NSString& path);
+    /// Opens a movie and sets its aperture mode, with dimensions for the modes made first when it
+    /// has none; nil for a nil path and what cannot be opened.       (movieWithPath:apertureMode:)
+    /// @param apertureMode  one of the QTMovieApertureMode… names
+    static std::shared_ptr<QTMovie> movieWithPath(const NSString& path,
+                                                  const NSString& apertureMode);
+    /// The caller disposes of the movie.
+    /// (createMovieFromFSSpec:WithPermissions:outResRefNum:outOSError:)
+    /// @param withPermissions  fsRdPerm, fsRdWrPerm …
+    /// @param outResRefNum  may be null; the number of a file that is closed already (on purpose):
+    ///     not to be closed again
+    /// @param outOSError  may be null; set on failure only
+    static Movie createMovieFromFSSpec(FSSpec fileSpec, std::int8_t withPermissions,
+                                       std::int16_t* outResRefNum, OSErr* outOSError);
+    /// The same for a path.
+    /// (createMovieFromPath:WithPermissions:outFSSPec:outResRefNum:outOSError:)
+    /// @param outFSSPec  may be null; set only when the path names a file
+    static Movie createMovieFromPath(const NSString& path, std::int8_t withPermissions,
+                                     FSSpec* outFSSPec, std::int16_t* outResRefNum,
+                                     OSErr* outOSError);
+    /// A copy that refers to the same media data; the caller disposes of it.
+    /// (createCloneOfMovie:)
+    static Movie createCloneOfMovie(Movie movie);
+    /// 0 plays once, 1 loops, 2 goes back and forth.       (getLoopModeOfMovie:)
+    static int getLoopModeOfMovie(Movie movie);
+    /// Moves to the next video sample, if there is one.       (gotoNextFrame:)
+    static void gotoNextFrame(Movie movie);
+    /// Moves to the previous video sample, if there is one.       (gotoPreviousFrame:)
+    static void gotoPreviousFrame(Movie movie);
+    /// Whether any track was removed.       (disposeTracksOfMovie:ofMediaType:)
+    static bool disposeTracksOfMovie(Movie movie, OSType ofMediaType);
+    /// Whether any track was removed.       (disposeDisabledTracksOfMovie:)
+    static bool disposeDisabledTracksOfMovie(Movie movie);
+
+    // Typed user data, always the first item of its key. Getters never fail; setters give -1 for a
+    // null movie, else the toolbox's status.
+
+    /// (existsUserDataForKey:inMovie:)
+    static bool existsUserDataForKey(OSType key, Movie inMovie);
+    /// 0 when there is none.       (getUserDataIntForKey:inMovie:)
+    static std::int32_t getUserDataIntForKey(OSType key, Movie inMovie);
+    /// (setUserDataInt:forKey:inMovie:)
+    static OSErr setUserDataInt(std::int32_t value, OSType forKey, Movie inMovie);
+    /// Whether the integer is above 0.       (getUserDataBOOLForKey:inMovie:)
+    static bool getUserDataBOOLForKey(OSType key, Movie inMovie);
+    /// (setUserDataBOOL:forKey:inMovie:)
+    static OSErr setUserDataBOOL(bool value, OSType forKey, Movie inMovie);
+    /// 0 when there is none.       (getUserDataFloatForKey:inMovie:)
+    static float getUserDataFloatForKey(OSType key, Movie inMovie);
+    /// Stores the number that the float's 32 bits are as an integer, converted to a float (on
+    /// purpose): 1.0 comes back as 1065353216.0.       (setUserDataFloat:forKey:inMovie:)
+    static OSErr setUserDataFloat(float value, OSType forKey, Movie inMovie);
+    /// Nil without the data or without its length under the key + 1.
+    /// (getMovieUserDataForKey:inMovie:)
+    static NSData getMovieUserDataForKey(OSType key, Movie inMovie);
+    /// Stores the data, and its length under the key + 1.       (setMovieUserData:forKey:inMovie:)
+    static OSErr setMovieUserData(const NSData& data, OSType forKey, Movie inMovie);
+    /// Nil without data, and for data that are no archive of a dictionary.
+    /// (getMovieUserDictionaryForKey:inMovie:)
+    static NSDictionary getMovieUserDictionaryForKey(OSType key, Movie inMovie);
+    /// Stores a keyed archive as data.       (setMovieUserDictionary:forKey:inMovie:)
+    static OSErr setMovieUserDictionary(const NSDictionary& dictionary, OSType forKey,
+                                        Movie inMovie);
+
+    // Timecode tracks. Nothing is logged.
+
+    /// Adds a disabled timecode track over the whole movie.
+    /// (addTimeCode:toMovie:withFrameRate:)
+    /// The definition says "drop frame" at any rate (on purpose).
+    /// @param withFrameRate  whole frames per second
+    /// @return 0 also when no track or media could be made (on purpose)
+    static OSErr addTimeCode(TimeCodeTime start, Movie toMovie, int withFrameRate);
+    /// Timecode at the beginning of the first timecode track; all zero when there is none.
+    /// (getStartTimeCodeOfMovie:)
+    static TimeCodeTime getStartTimeCodeOfMovie(Movie movie);
+    /// (hasMovieTimeCodeTrack:)
+    static bool hasMovieTimeCodeTrack(Movie movie);
+    /// The handler of the first timecode track, or null.       (getTimeCodeMediaHandlerOfMovie:)
+    static MediaHandler getTimeCodeMediaHandlerOfMovie(Movie movie);
+    /// Removes the first timecode track; whether there was one.  (removeTimeCodeTrackOfMovie:)
+    static bool removeTimeCodeTrackOfMovie(Movie movie);
 };
 
 constexpr std::int32_t TWUQuickTimeMovie::timeCodeToFrame(TimeCodeTime timeCode,

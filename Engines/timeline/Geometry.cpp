@@ -87,17 +87,19 @@ bool isVisual(FourCharCode mediaType) {
            mediaType == fourCharCode("sbtl");
 }
 
-Box boxOfTrack(const Track& track) {
-    return {0, 0, track.dimensions.width / kOne16, track.dimensions.height / kOne16};
+Box boxOfTrack(const Track& track, ApertureMode mode) {
+    const Dimensions dimensions = dimensionsInMode(track, mode);
+    return {0, 0, dimensions.width / kOne16, dimensions.height / kOne16};
 }
 
-Box boxOfMovie(const Movie& movie) {
+Box boxOfMovie(const Movie& movie, ApertureMode mode) {
     Box result;
     bool any = false;
     for (const auto& track : movie.tracks) {
         if (!track->enabled() || !track->media || !isVisual(track->media->type()))
             continue;
-        const Box box = transformed(multiplied(track->matrix, movie.matrix), boxOfTrack(*track));
+        const Box box =
+            transformed(multiplied(track->matrix, movie.matrix), boxOfTrack(*track, mode));
         result = any ? around(result, box) : box;
         any = true;
     }

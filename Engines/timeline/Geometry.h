@@ -4,6 +4,7 @@
 //     movie.matrix = multiplied(movie.matrix, matrixFromTo(box, wanted));
 #pragma once
 
+#include "Engines/timeline/ApertureMode.h"
 #include "Engines/timeline/Matrix.h"
 #include "Engines/timeline/Movie.h"
 
@@ -32,10 +33,10 @@ Matrix multiplied(const Matrix& first, const Matrix& second);
 Matrix matrixFromTo(const Box& from, const Box& to);
 
 /// The size of a track in pixels, at the origin.
-Box boxOfTrack(const Track& track);
+Box boxOfTrack(const Track& track, ApertureMode mode = ApertureMode::classic);
 /// The smallest box around all enabled visual tracks, after their matrices and the movie's; all 0
 /// when there is none.
-Box boxOfMovie(const Movie& movie);
+Box boxOfMovie(const Movie& movie, ApertureMode mode = ApertureMode::classic);
 /// Whether a media is seen.
 bool isVisual(FourCharCode mediaType);
 

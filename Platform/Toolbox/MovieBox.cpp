@@ -23,7 +23,7 @@ void GetMovieBox(Movie movie, Rect* box) {
     workOnObject("GetMovieBox", movie, [&](const MovieRecord& record) -> OSErr {
         if (!box)
             return paramErr;
-        const timeline::Box present = timeline::boxOfMovie(*record.movie);
+        const timeline::Box present = timeline::boxOfMovie(*record.movie, record.apertureMode);
         *box = {edge(present.top), edge(present.left), edge(present.bottom), edge(present.right)};
         return noErr;
     });
@@ -39,7 +39,8 @@ void SetMovieBox(Movie movie, const Rect* box) {
                                    .bottom = double(box->bottom)};
         record.movie->matrix = timeline::multiplied(
             record.movie->matrix,
-            timeline::matrixFromTo(timeline::boxOfMovie(*record.movie), wanted));
+            timeline::matrixFromTo(timeline::boxOfMovie(*record.movie, record.apertureMode),
+                                   wanted));
         return noErr;
     });
 }

@@ -12,6 +12,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "Engines/timeline/ApertureMode.h"
 #include "Engines/timeline/Movie.h"
 #include "MovieTypes.h"
 #include "Private/LiveObjects.h"
@@ -68,6 +69,8 @@ struct MovieRecord {
     std::unique_ptr<UserDataRecord> userData;
     MovieProgressUPP progressProc = nullptr;
     RefCon progressRefCon = 0;
+    /// Which size of its tracks counts; not stored with the movie.
+    timeline::ApertureMode apertureMode = timeline::ApertureMode::classic;
     /// Where the movie was read from; none for a movie that never was in a file.
     std::shared_ptr<timeline::SampleStore> file;
     /// Where new samples go; without one they are kept in memory until the movie is written.
