@@ -3,7 +3,6 @@
 #include <memory>
 #include <new>
 
-#include "NSKeyedArchiver.h"
 #include "NSLog.h"
 #include "TWUQuickTimeMovie.h"
 #include "UserData.h"
@@ -107,19 +106,6 @@ OSErr TWUQuickTimeMovie::setMovieUserData(const NSData& data, OSType forKey, Mov
     if (status != noErr)
         NSLog("Cant set Movies User Data: Error=%d", status);
     return status;
-}
-
-NSDictionary TWUQuickTimeMovie::getMovieUserDictionaryForKey(OSType key, Movie inMovie) {
-    const NSData data = TWUQuickTimeMovie::getMovieUserDataForKey(key, inMovie);
-    if (!data)
-        return nullptr;
-    return NSKeyedUnarchiver::unarchiveObjectWithData(data).dictionaryValue();
-}
-
-OSErr TWUQuickTimeMovie::setMovieUserDictionary(const NSDictionary& dictionary, OSType forKey,
-                                                Movie inMovie) {
-    return TWUQuickTimeMovie::setMovieUserData(
-        NSKeyedArchiver::archivedDataWithRootObject(dictionary), forKey, inMovie);
 }
 
 }  // namespace TWQuickTime

@@ -1,5 +1,6 @@
 #include <array>
 
+#include "Private/ComponentTable.h"
 #include "Private/MediaHandlerStorage.h"
 
 namespace TWQuickTime {
@@ -32,17 +33,22 @@ const ComponentProvider provider(ComponentRank::mediaHandlers, [] {
                            .open = [] { return std::make_unique<MediaHandlerStorage>(); }});
 });
 
+ComponentDescription handlerOfType(OSType mediaType) {
+    return {.componentType = MediaHandlerType, .componentSubType = mediaType};
+}
+
 }  // namespace
 
 bool hasMediaHandler(OSType mediaType) {
-    const ComponentDescription wanted{.componentType = MediaHandlerType,
-                                      .componentSubType = mediaType};
-    return mediaType != 0 && FindNextComponent(nullptr, &wanted) != nullptr;
+    return mediaType != 0 && findMatchingComponent(nullptr, handlerOfType(mediaType)) != nullptr;
 }
 
 MediaHandler handlerOfMedia(MediaRecord& record) {
-    if (!record.handler)
-        record.handler = OpenDefaultComponent(MediaHandlerType, record.media->type());
+    if (!record.handler) {
+        if (const auto component =
+                findMatchingComponent(nullptr, handlerOfType(record.media->type())))
+            record.handler = openInstance(component);
+    }
     if (auto* storage = componentStorageAs<MediaHandlerStorage>(record.handler))
         storage->media = &record;
     return record.handler;

@@ -4,7 +4,7 @@
 #include <ctime>
 #include <limits>
 
-#include "Components.h"
+#include "Private/ComponentTable.h"
 #include "Private/MovieFileStorage.h"
 
 namespace TWQuickTime {
@@ -17,7 +17,7 @@ constexpr std::uint64_t kSecondsBeforeUnixTime = 2082844800;
 
 MediaRecord::~MediaRecord() {
     if (handler)
-        CloseComponent(handler);
+        closeInstance(handler);
 }
 
 MediaRecord* TrackRecord::mediaRecord() {

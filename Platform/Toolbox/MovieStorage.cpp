@@ -1,6 +1,7 @@
 #include "MovieStorage.h"
 
 #include "Movies.h"
+#include "Private/ComponentTable.h"
 #include "Private/DataReferencePath.h"
 #include "Private/MovieStorageHandler.h"
 #include "Private/RecordCalls.h"
@@ -67,7 +68,7 @@ OSErr CloseMovieStorage(DataHandler dataHandler) {
         return static_cast<OSErr>(call.status());
     if (!storageOfHandler(dataHandler))
         return call.fail(noDataHandler);
-    return call.finish(CloseComponent(dataHandler));
+    return call.finish(closeInstance(dataHandler));
 }
 
 OSErr UpdateMovieInStorage(Movie movie, DataHandler dataHandler) {

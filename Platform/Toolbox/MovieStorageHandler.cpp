@@ -1,5 +1,7 @@
 #include "Private/MovieStorageHandler.h"
 
+#include "Private/ComponentTable.h"
+
 namespace TWQuickTime {
 namespace {
 
@@ -19,7 +21,9 @@ const ComponentProvider provider(ComponentRank::mediaHandlers, [] {
 }  // namespace
 
 DataHandler newStorageHandler(std::shared_ptr<MovieStorage> storage) {
-    const DataHandler handler = OpenDefaultComponent(kDataHandlerType, kAliasSubType);
+    const auto component = findMatchingComponent(
+        nullptr, {.componentType = kDataHandlerType, .componentSubType = kAliasSubType});
+    const DataHandler handler = component ? openInstance(component) : nullptr;
     if (auto* handlerStorage = componentStorageAs<MovieStorageHandler>(handler))
         handlerStorage->storage = std::move(storage);
     return handler;
