@@ -1,5 +1,4 @@
-// The components that the library brings along besides exporters: media handlers, and the
-// compressors and decompressors that the installed codec library really has.
+// The compressors and decompressors that the installed codec library really has.
 #include <algorithm>
 
 #include "Engines/codec/CodecNames.h"
@@ -20,16 +19,6 @@ void registerNamed(OSType type, OSType subType, std::string_view name, std::stri
     registerComponent(std::move(component));
 }
 
-void registerMediaHandlers() {
-    const std::pair<const char*, const char*> handlers[] = {
-        {"vide", "Video"}, {"soun", "Sound"}, {"tmcd", "Time Code"},
-        {"twen", "Tween"}, {"text", "Text"},
-    };
-    for (const auto& [subType, name] : handlers)
-        registerNamed(MediaHandlerType, fourCC(subType), name,
-                      std::string(name) + " media of movies.");
-}
-
 void registerCodecs(std::span<const codec::CodecName> codecs, OSType decompressor,
                     OSType compressor) {
     for (const codec::CodecName& codec : codecs) {
@@ -46,8 +35,6 @@ void registerCodecs(std::span<const codec::CodecName> codecs, OSType decompresso
             registerNamed(compressor, codec.code, name, "Compresses " + name + ".");
     }
 }
-
-const ComponentProvider mediaHandlers(ComponentRank::mediaHandlers, registerMediaHandlers);
 
 const ComponentProvider codecs(ComponentRank::codecs, [] {
     registerCodecs(codec::videoCodecNames(), decompressorComponentType, compressorComponentType);
