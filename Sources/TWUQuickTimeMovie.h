@@ -116,6 +116,13 @@ class TWQT_EXPORT TWUQuickTimeMovie {
     static bool disposeTracksOfMovie(Movie movie, OSType ofMediaType);
     /// Whether any track was removed.       (disposeDisabledTracksOfMovie:)
     static bool disposeDisabledTracksOfMovie(Movie movie);
+    /// Whether the media handler and an image decompressor for the data format may be used off the
+    /// main thread; sound tracks are asked about their decompressor too (on purpose).
+    /// (isTrackThreadSafe:)
+    static bool isTrackThreadSafe(Track track);
+    /// Whether all tracks are; true for a movie without tracks, false for none.
+    /// (isMovieThreadSafe:)
+    static bool isMovieThreadSafe(Movie movie);
 
     // Typed user data, always the first item of its key. Getters never fail; setters give -1 for a
     // null movie, else the toolbox's status.

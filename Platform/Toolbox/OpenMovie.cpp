@@ -25,18 +25,14 @@ result::Expected<std::unique_ptr<MovieRecord>> openForeignMovie(const std::strin
     return std::make_unique<MovieRecord>(std::move(*movie));
 }
 
-/// Keeps the parts of the file that the movie's tables lie in from being written to.
-void keepMovieAtoms(MovieRecord& record, const moviefile::OpenedMovie& opened) {
-    if (!opened.file || opened.file->descriptor() < 0)
-        return;
-    const FileIdentity file = fileIdentityOf(opened.file->descriptor());
-    for (std::size_t i = 0; i < opened.layout.atoms.size(); ++i) {
-        const moviefile::TopLevelAtom& atom = opened.layout.atoms[i];
-        const bool isFragment = opened.fragmented && atom.type == timeline::fourCharCode("moof");
-        if (i == opened.movieAtomIndex || isFragment)
-            record.atomUses.push_back(std::make_unique<MovieAtomUse>(
-                file, moviefile::ByteRange{atom.offset, atom.sizeInBytes}));
-    }
+/// Keeps the part of the file that the movie's tables lie in from being written to; the tables of
+/// fragments lie anywhere behind the movie.
+void keepMovieAtom(MovieRecord& record, const moviefile::OpenedMovie& opened) {
+    const FileIdentity file = fileIdentityOf(opened.storage->fileDescriptor());
+    moviefile::ByteRange range{opened.movieAtom.offset, opened.movieAtom.sizeInBytes};
+    if (opened.fragmented)
+        range.sizeInBytes = opened.self->size() - range.offset;
+    record.atomUse = std::make_unique<MovieAtomUse>(file, range);
 }
 
 /// A reference that names its data for everybody in this process.
@@ -75,13 +71,13 @@ result::Expected<std::unique_ptr<MovieRecord>> openMovieAtPath(const std::string
                                                                std::int32_t flags) {
     moviefile::ReadOptions options;
     options.resolveReferences = (flags & newMovieDontResolveDataRefs) == 0;
-    auto opened = moviefile::openMovieFile(path, options);
+    auto opened = moviefile::openMovieFile(path, moviefile::Access::read, options);
     if (!opened)
         return openForeignMovie(path, opened.failure());
     auto record = std::make_unique<MovieRecord>(std::move(opened->movie));
-    record->file = opened->file;
+    record->file = opened->self;
     record->storage = MovieStorage::openStorageOfFile(path);
-    keepMovieAtoms(*record, *opened);
+    keepMovieAtom(*record, *opened);
     return record;
 }
 

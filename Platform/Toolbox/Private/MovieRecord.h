@@ -10,7 +10,6 @@
 
 #include <memory>
 #include <unordered_map>
-#include <vector>
 
 #include "Engines/timeline/ApertureMode.h"
 #include "Engines/timeline/Movie.h"
@@ -76,8 +75,8 @@ struct MovieRecord {
     /// Where new samples go; without one they are kept in memory until the movie is written.
     std::shared_ptr<MovieStorage> storage;
     std::shared_ptr<timeline::SampleStore> memory;
-    /// The parts of its file that the movie still reads tables from.
-    std::vector<std::unique_ptr<MovieAtomUse>> atomUses;
+    /// The part of its file that the movie still reads tables from.
+    std::unique_ptr<MovieAtomUse> atomUse;
 
     TrackRecord& trackRecord(timeline::Track& track);
 };

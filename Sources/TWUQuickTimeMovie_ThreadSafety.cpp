@@ -1,0 +1,62 @@
+#include "Components.h"
+#include "Handles.h"
+#include "Media.h"
+#include "TWUQuickTimeMovie.h"
+#include "Tracks.h"
+
+namespace TWQuickTime {
+namespace {
+
+/// Bytes 4 to 7 of the first sample description; 0 when there is none.
+OSType firstDataFormat(Media media) {
+    const Handle description = NewHandle(0);
+    GetMediaSampleDescription(media, 1, description);
+    OSType format = 0;
+    if (GetHandleSize(description) >= 8)
+        for (int i = 4; i < 8; ++i)
+            format = format << 8 | static_cast<unsigned char>((*description)[i]);
+    DisposeHandle(description);
+    return format;
+}
+
+/// Whether some installed component of that type and subtype may be used on any thread.
+bool isComponentThreadSafe(OSType componentType, OSType componentSubType) {
+    const ComponentDescription wanted{.componentType = componentType,
+                                      .componentSubType = componentSubType,
+                                      .componentFlagsMask = cmpIsMissing};
+    for (Component component = FindNextComponent(nullptr, &wanted); component;
+         component = FindNextComponent(component, &wanted)) {
+        ComponentDescription found;
+        if (GetComponentInfo(component, &found, nullptr, nullptr, nullptr) == noErr &&
+            (found.componentFlags & cmpThreadSafe) != 0)
+            return true;
+    }
+    return false;
+}
+
+}  // namespace
+
+bool TWUQuickTimeMovie::isTrackThreadSafe(Track track) {
+    if (!track)
+        return false;
+    const Media media = GetTrackMedia(track);
+    OSType mediaType = 0;
+    GetMediaHandlerDescription(media, &mediaType, nullptr, nullptr);
+    const OSType dataFormat = firstDataFormat(media);
+    // The decompressor is asked for whatever the track holds, sound included, on purpose.
+    return isComponentThreadSafe(MediaHandlerType, mediaType) &&
+           isComponentThreadSafe(decompressorComponentType, dataFormat);
+}
+
+bool TWUQuickTimeMovie::isMovieThreadSafe(Movie movie) {
+    if (!movie)
+        return false;
+    bool allSafe = true;
+    // Every track is asked, also after the first that is not safe.
+    const std::int32_t count = GetMovieTrackCount(movie);
+    for (std::int32_t i = 1; i <= count; ++i)
+        allSafe = isTrackThreadSafe(GetMovieIndTrack(movie, i)) && allSafe;
+    return allSafe;
+}
+
+}  // namespace TWQuickTime
