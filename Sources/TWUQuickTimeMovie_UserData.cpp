@@ -3,6 +3,8 @@
 #include <memory>
 #include <new>
 
+#include "NSKeyedArchiver.h"
+#include "NSKeyedUnarchiver.h"
 #include "NSLog.h"
 #include "TWUQuickTimeMovie.h"
 #include "UserData.h"
@@ -106,6 +108,19 @@ OSErr TWUQuickTimeMovie::setMovieUserData(const NSData& data, OSType forKey, Mov
     if (status != noErr)
         NSLog("Cant set Movies User Data: Error=%d", status);
     return status;
+}
+
+NSDictionary TWUQuickTimeMovie::getMovieUserDictionaryForKey(OSType key, Movie inMovie) {
+    const NSData data = TWUQuickTimeMovie::getMovieUserDataForKey(key, inMovie);
+    if (!data)
+        return nullptr;
+    return NSKeyedUnarchiver::unarchiveObjectWithData(data).dictionaryValue();
+}
+
+OSErr TWUQuickTimeMovie::setMovieUserDictionary(const NSDictionary& dictionary, OSType forKey,
+                                                Movie inMovie) {
+    return TWUQuickTimeMovie::setMovieUserData(
+        NSKeyedArchiver::archivedDataWithRootObject(dictionary), forKey, inMovie);
 }
 
 }  // namespace TWQuickTime

