@@ -106,6 +106,10 @@ MovieStorage::~MovieStorage() {
 
 result::Expected<std::shared_ptr<MovieStorage>> MovieStorage::open(const std::string& path,
                                                                    bool writable) {
+    // Two writers of one file would not know of each other's data.
+    if (writable)
+        if (auto present = openStorageOfFile(path))
+            return present;
     auto file =
         FileStorage::open(path, writable ? moviefile::Access::readWrite : moviefile::Access::read);
     if (!file)
@@ -223,6 +227,11 @@ result::Status MovieStorage::takeInMemoryData(timeline::Movie& movie) {
     return {};
 }
 
+result::Status MovieStorage::finishData() {
+    std::lock_guard lock(mutex_);
+    return writer_.isOpen() ? writer_.finish() : result::Status();
+}
+
 bool MovieStorage::liesInThisFile(const timeline::DataReference& reference) const {
     return reference.isSelf() && reference.store &&
            fileIdentityOf(reference.store->descriptor()) == identity_;
@@ -246,10 +255,17 @@ result::Status MovieStorage::writeMovie(timeline::Movie& movie) {
         if (!track->media)
             continue;
         tablesChanged |= track->media->samples.changed();
-        for (const timeline::DataReference& reference : track->media->dataReferences)
+        for (const timeline::DataReference& reference : track->media->dataReferences) {
             if (!isReachable(reference))
                 return result::Failure{result::FailureKind::badArgument,
                                        path_ + ": the samples lie in the file that it replaced"};
+            // Fragments of another file cannot be left where they are.
+            tablesChanged |= reference.isSelf() && reference.store && !liesInThisFile(reference);
+            auto* other = dynamic_cast<MovieStorage*>(reference.store.get());
+            if (other && other != this)
+                if (result::Status finished = other->finishData(); !finished)
+                    return finished;
+        }
     }
     moviefile::WriteOptions options;
     options.fragments = tablesChanged ? moviefile::Fragments::fold : moviefile::Fragments::keep;
@@ -263,10 +279,9 @@ result::Status MovieStorage::writeMovie(timeline::Movie& movie) {
     const auto atom = moviefile::writeMovieAtom(movie, options);
     if (!atom)
         return atom.failure();
+    if (result::Status finished = finishData(); !finished)
+        return finished;
     std::lock_guard lock(mutex_);
-    if (writer_.isOpen())
-        if (result::Status finished = writer_.finish(); !finished)
-            return finished;
     const std::vector<moviefile::ByteRange> stillRead = MovieAtomUse::rangesOf(identity_);
     const auto written = moviefile::replaceMovieAtom(
         *file_, {.movieAtom = *atom, .stillRead = stillRead, .retireFragments = tablesChanged});

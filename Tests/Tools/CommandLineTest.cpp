@@ -27,7 +27,9 @@ void expectOneErrorLine(const ProgramResult& result) {
 void collectCommands(const CLI::App& command, const std::vector<std::string>& path,
                      std::vector<std::vector<std::string>>& all) {
     all.push_back(path);
-    for (const CLI::App* child : command.get_subcommands([](const CLI::App*) { return true; })) {
+    // Groups of options are children without a name.
+    const auto isCommand = [](const CLI::App* child) { return !child->get_name().empty(); };
+    for (const CLI::App* child : command.get_subcommands(isCommand)) {
         std::vector<std::string> childPath = path;
         childPath.push_back(child->get_name());
         collectCommands(*child, childPath, all);

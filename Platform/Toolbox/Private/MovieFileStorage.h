@@ -53,6 +53,7 @@ class MovieAtomUse {
 class MovieStorage final : public timeline::SampleStore,
                            public std::enable_shared_from_this<MovieStorage> {
   public:
+    /// One storage for everybody who writes to a file.
     static result::Expected<std::shared_ptr<MovieStorage>> open(const std::string& path,
                                                                 bool writable);
     /// Makes an empty file. One that is there stays until the new one takes its name.
@@ -79,6 +80,8 @@ class MovieStorage final : public timeline::SampleStore,
     MovieStorage(std::unique_ptr<moviefile::FileStorage> file, std::string path, bool writable);
 
     result::Status takeInMemoryData(timeline::Movie& movie);
+    /// Makes what was appended a whole atom.
+    result::Status finishData();
     bool liesInThisFile(const timeline::DataReference& reference) const;
     /// Whether the file that the samples are in can still be named by its path.
     bool isReachable(const timeline::DataReference& reference) const;
