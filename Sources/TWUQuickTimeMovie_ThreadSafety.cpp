@@ -1,6 +1,7 @@
 #include "Components.h"
 #include "Handles.h"
 #include "Media.h"
+#include "TWUQuickTimeComponent.h"
 #include "TWUQuickTimeMovie.h"
 #include "Tracks.h"
 
@@ -19,21 +20,6 @@ OSType firstDataFormat(Media media) {
     return format;
 }
 
-/// Whether some installed component of that type and subtype may be used on any thread.
-bool isComponentThreadSafe(OSType componentType, OSType componentSubType) {
-    const ComponentDescription wanted{.componentType = componentType,
-                                      .componentSubType = componentSubType,
-                                      .componentFlagsMask = cmpIsMissing};
-    for (Component component = FindNextComponent(nullptr, &wanted); component;
-         component = FindNextComponent(component, &wanted)) {
-        ComponentDescription found;
-        if (GetComponentInfo(component, &found, nullptr, nullptr, nullptr) == noErr &&
-            (found.componentFlags & cmpThreadSafe) != 0)
-            return true;
-    }
-    return false;
-}
-
 }  // namespace
 
 bool TWUQuickTimeMovie::isTrackThreadSafe(Track track) {
@@ -44,8 +30,8 @@ bool TWUQuickTimeMovie::isTrackThreadSafe(Track track) {
     GetMediaHandlerDescription(media, &mediaType, nullptr, nullptr);
     const OSType dataFormat = firstDataFormat(media);
     // The decompressor is asked for whatever the track holds, sound included, on purpose.
-    return isComponentThreadSafe(MediaHandlerType, mediaType) &&
-           isComponentThreadSafe(decompressorComponentType, dataFormat);
+    return TWUQuickTimeComponent::isComponentThreadSafe(MediaHandlerType, mediaType) &&
+           TWUQuickTimeComponent::isComponentThreadSafe(decompressorComponentType, dataFormat);
 }
 
 bool TWUQuickTimeMovie::isMovieThreadSafe(Movie movie) {
