@@ -29,7 +29,7 @@ install(FILES ${public_headers} ${CMAKE_BINARY_DIR}/include/TWQuickTime.h
 install(TARGETS TWQuickTime EXPORT TWQuickTimeTargets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
         INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} ${CMAKE_INSTALL_INCLUDEDIR}/TWQuickTime)
-install(DIRECTORY ${CMAKE_SOURCE_DIR}/Resources/ DESTINATION ${CMAKE_INSTALL_DATADIR}/TWQuickTime OPTIONAL)
+install(DIRECTORY ${CMAKE_SOURCE_DIR}/Resources/ DESTINATION ${CMAKE_INSTALL_DATADIR}/TWQuickTime)
 
 # The program finds the library beside itself wherever the tree is moved.
 file(RELATIVE_PATH library_from_program /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})

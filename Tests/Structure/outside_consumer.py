@@ -1,5 +1,5 @@
-"""A project outside the tree finds the installed library by its CMake package and by pkg-config, links
-and runs; the installed program runs from wherever the tree is moved."""
+"""A project outside the tree finds the installed library by its CMake package and by pkg-config, links,
+runs and finds the library's texts; the installed program runs from wherever the tree is moved."""
 
 import os
 import subprocess
@@ -8,6 +8,8 @@ import tempfile
 from source_tree import Path, arguments
 
 CONSUMER = Path(__file__).resolve().parent / "Consumer"
+GERMAN = {**os.environ, "LANGUAGE": "de", "LC_ALL": "de_DE.UTF-8"}
+TEXT = "movie.mov: Beim Export ist ein interner QuickTime-Fehler aufgetreten."
 
 
 def run(*command, **options):
@@ -36,7 +38,7 @@ def main():
         run("cmake", "-S", CONSUMER, "-B", work / "by-package", f"-DCMAKE_PREFIX_PATH={prefix}",
             f"-DCMAKE_CXX_COMPILER={options.compiler}")
         run("cmake", "--build", work / "by-package")
-        expect(run(work / "by-package/consumer"), f"{options.version} movie.mov", "found by find_package")
+        expect(run(work / "by-package/consumer", env=GERMAN), f"{options.version} {TEXT}", "found by find_package")
 
         folders = list(prefix.rglob("pkgconfig"))
         environment = {**os.environ, "PKG_CONFIG_PATH": ":".join(map(str, folders))}
@@ -44,7 +46,7 @@ def main():
         flags = run("pkg-config", "--cflags", "--libs", "TWQuickTime", env=environment).split()
         library = next(prefix.rglob("libTWQuickTime.so")).parent
         run(options.compiler, CONSUMER / "main.cpp", "-o", work / "by-pkg-config", *flags, f"-Wl,-rpath,{library}")
-        expect(run(work / "by-pkg-config"), f"{options.version} movie.mov", "found by pkg-config")
+        expect(run(work / "by-pkg-config", env=GERMAN), f"{options.version} {TEXT}", "found by pkg-config")
 
 
 if __name__ == "__main__":
