@@ -68,7 +68,8 @@ TWQT_EXPORT ComponentInstance OpenDefaultComponent(OSType componentType, OSType 
 TWQT_EXPORT ComponentResult CloseComponent(ComponentInstance instance);
 
 /// @param description  filled with the component's codes and flags, mask 0; may be null
-/// @param name, info   handles that are resized to a Pascal string (name, information), to nothing when
+/// @param name, info   handles that are resized to a Pascal string (name, information), to nothing
+/// when
 ///     the component has none; may be null
 /// @param icon         resized to nothing: components here have no icons; may be null
 /// @return invalidComponentID for what is no component

@@ -13,6 +13,7 @@
 #include <cstdint>
 
 #include "BigEndianValue.h"
+#include "StandardCompression.h"
 #include "ToolboxTypes.h"
 
 namespace TWQuickTime {
@@ -44,7 +45,6 @@ using ImageDescriptionPtr = ImageDescription*;
 using ImageDescriptionHandle = ImageDescription**;
 
 constexpr OSType kRawCodecType = fourCC("raw ");
-constexpr std::uint32_t codecLosslessQuality = 0x400;
 constexpr OSType kImageDescriptionExtensionPixelAspectRatio = fourCC("pasp");
 constexpr OSType kICMImageDescriptionPropertyClass = fourCC("idsc");
 constexpr OSType gestaltQuickTime = fourCC("qtim");

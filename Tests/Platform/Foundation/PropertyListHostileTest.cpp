@@ -2,8 +2,8 @@
 // memory than 32 times its size and 16 MiB.
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <cstdint>
+#include <ctime>
 #include <string>
 
 #include "AllocationMeter.h"
@@ -23,11 +23,12 @@ using test::BinaryPropertyListBytes;
 PropertyListValue readWithinBounds(const std::string& file) {
     const NSData data = NSData::dataWithBytes(file.data(), file.size());
     const AllocationMeter meter;
-    const auto start = std::chrono::steady_clock::now();
+    // The processor's time, so that what else the machine does is not counted.
+    const std::clock_t start = std::clock();
     PropertyListValue value = propertyListFromData(data);
-    const auto duration = std::chrono::steady_clock::now() - start;
+    const double seconds = double(std::clock() - start) / CLOCKS_PER_SEC;
     EXPECT_LT(meter.peakBytes(), 32 * file.size() + (16u << 20));
-    EXPECT_LT(duration, test::timeAllowance * std::chrono::seconds(1));
+    EXPECT_LT(seconds, test::timeAllowance * 1.0);
     return value;
 }
 
