@@ -2,6 +2,7 @@
 
 #include <isa-l/igzip_lib.h>
 
+#include <algorithm>
 #include <cstring>
 
 namespace TWQuickTime::image {
@@ -63,7 +64,9 @@ result::Expected<std::uint8_t*> PngInflater::next(std::size_t count) {
         // What is left moves to the front, so that a row always lies in one piece.
         if (state.buffer.size() < count + kPieceBytes) {
             std::vector<std::uint8_t> larger(count + kPieceBytes);
-            std::memcpy(larger.data(), state.buffer.data() + state.begin, state.end - state.begin);
+            std::copy(state.buffer.begin() + static_cast<std::ptrdiff_t>(state.begin),
+                      state.buffer.begin() + static_cast<std::ptrdiff_t>(state.end),
+                      larger.begin());
             state.buffer = std::move(larger);
         } else if (state.begin > 0) {
             std::memmove(state.buffer.data(), state.buffer.data() + state.begin,
