@@ -19,7 +19,7 @@ def resolve(root, path, name, public_by_name):
     """The file that a quoted include means: beside it, from the root or its floor's parts, or a public
     header by name."""
     floor = root / floor_of(root, path)
-    for candidate in (path.parent / name, root / name, *(part / name for part in sorted(floor.iterdir()))):
+    for candidate in (path.parent / name, root / name, floor / name, *(part / name for part in sorted(floor.iterdir()))):
         if candidate.is_file():
             return candidate.resolve()
     return public_by_name.get(name)
@@ -55,7 +55,7 @@ def faults_of_quoted(root, path, name, public_by_name):
                    "Examples": ("Examples", "Sources", "Platform")}[floor]
         if below not in allowed:
             return f'includes "{name}" of {below}/'
-        if private:
+        if private and below != floor:
             return f'includes the private header "{name}"'
     return None
 
