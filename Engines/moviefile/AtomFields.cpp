@@ -5,8 +5,6 @@
 namespace TWQuickTime::moviefile {
 namespace {
 
-constexpr std::size_t kPaddedStringInBytes = 32;
-
 std::string textOf(std::span<const std::byte> bytes) {
     return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
@@ -59,16 +57,6 @@ void FieldReader::pascalString(const char* name, std::string& text) {
     offset_ += textLength;
 }
 
-void FieldReader::paddedPascalString(const char* name, std::string& text) {
-    if (!need(name, kPaddedStringInBytes))
-        return;
-    const auto field = bytes_.span().subspan(offset_, kPaddedStringInBytes);
-    const std::size_t length =
-        std::min(std::to_integer<std::size_t>(field[0]), kPaddedStringInBytes - 1);
-    text = textOf(field.subspan(1, length));
-    offset_ += kPaddedStringInBytes;
-}
-
 void FieldReader::remainder(const char* name, SharedBytes& bytes) {
     if (!need(name, 0))
         return;
@@ -91,12 +79,6 @@ void FieldWriter::pascalString(const char*, const std::string& text) {
     out_.push_back(static_cast<std::byte>(length));
     const auto* bytes = reinterpret_cast<const std::byte*>(text.data());
     out_.insert(out_.end(), bytes, bytes + length);
-}
-
-void FieldWriter::paddedPascalString(const char* name, const std::string& text) {
-    const std::size_t end = out_.size() + kPaddedStringInBytes;
-    pascalString(name, text.substr(0, kPaddedStringInBytes - 1));
-    out_.resize(end);
 }
 
 void FieldWriter::remainder(const char*, const SharedBytes& bytes) {

@@ -123,8 +123,6 @@ class FieldReader : public CompositeFields<FieldReader> {
     /// A length byte, then that many bytes. Where the length passes the end (the text of ISO
     /// files is ended by a 0 instead), everything up to the 0 or the end.
     void pascalString(const char* name, std::string& text);
-    /// A Pascal string in a field of 32 bytes.
-    void paddedPascalString(const char* name, std::string& text);
     /// All that is left.
     void remainder(const char* name, SharedBytes& bytes);
 
@@ -167,7 +165,6 @@ class FieldWriter : public CompositeFields<FieldWriter> {
             element(*this, each);
     }
     void pascalString(const char* name, const std::string& text);
-    void paddedPascalString(const char* name, const std::string& text);
     void remainder(const char* name, const SharedBytes& bytes);
 
   private:
@@ -195,7 +192,6 @@ class FieldMeasurer : public CompositeFields<FieldMeasurer> {
     void pascalString(const char*, const std::string& text) {
         size_ += 1 + std::min<std::size_t>(text.size(), 255);
     }
-    void paddedPascalString(const char*, const std::string&) { size_ += 32; }
     void remainder(const char*, const SharedBytes& bytes) { size_ += bytes.size(); }
 
     std::size_t sizeInBytes() const { return size_; }
@@ -223,7 +219,6 @@ class FieldDumper : public CompositeFields<FieldDumper> {
             element(*this, each);
     }
     void pascalString(const char* name, const std::string& text) { line(name, '"' + text + '"'); }
-    void paddedPascalString(const char* name, const std::string& text) { pascalString(name, text); }
     void remainder(const char* name, const SharedBytes& bytes) {
         line(name, std::to_string(bytes.size()) + " bytes");
     }

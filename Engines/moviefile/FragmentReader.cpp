@@ -21,7 +21,7 @@ namespace {
 
 /// Samples that take no bytes in any table can be claimed for nothing; so many are believed as
 /// long as they are not all alike.
-constexpr std::uint64_t kGreatestUnlistedSamples = 1u << 22;
+constexpr std::uint64_t kGreatestUnlistedSamples = 1u << 20;
 
 /// A track while fragments are read: its table, and the last sample, whose duration is known for
 /// certain only when the next fragment tells its own start.
@@ -30,6 +30,10 @@ class GrowingTrack {
     GrowingTrack(Track& track, const TrackExtendsAtom& defaults)
         : track_(track), defaults_(defaults), table_(track.media->samples) {
         end_ = table_.duration();
+        alike_ = table_.allSync() && !table_.hasCompositionOffsets() &&
+                 table_.columns().sizes.rows().empty();
+        sizeOfEach_ = table_.columns().sizes.commonSize();
+        empty_ = table_.sampleCount() == 0;
     }
 
     const TrackExtendsAtom& defaults() const { return defaults_; }
@@ -39,9 +43,10 @@ class GrowingTrack {
 
     /// The next sample is decoded at this time.
     void startAt(std::int64_t decodeTime) {
-        const std::int64_t gap = decodeTime - end_ - startGap_;
+        const std::int64_t gap =
+            timeline::subtractSaturating(timeline::subtractSaturating(decodeTime, end_), startGap_);
         if (pending_) {
-            const std::int64_t duration = pending_->duration + gap;
+            const std::int64_t duration = timeline::addSaturating(pending_->duration, gap);
             if (duration < 0 || duration > std::numeric_limits<std::uint32_t>::max())
                 return;
             pending_->duration = static_cast<std::uint32_t>(duration);
@@ -56,7 +61,8 @@ class GrowingTrack {
         if (!listed)
             unlisted_ += samples.count;
         alike_ = alike_ && samples.sync && samples.compositionOffset == 0 &&
-                 (!grown_ || samples.sizeInBytes == sizeOfEach_);
+                 (empty_ || samples.sizeInBytes == sizeOfEach_);
+        empty_ = false;
         sizeOfEach_ = samples.sizeInBytes;
         if (unlisted_ > kGreatestUnlistedSamples && (!alike_ || sizeOfEach_ == 0)) {
             std::size_t none = 0;
@@ -100,6 +106,7 @@ class GrowingTrack {
     std::uint64_t unlisted_ = 0;
     std::uint32_t sizeOfEach_ = 0;
     bool alike_ = true;
+    bool empty_ = true;
     bool grown_ = false;
 };
 
@@ -308,12 +315,13 @@ class FragmentedMovie {
         } else {
             for (timeline::Edit& edit : edits) {
                 if (!edit.isEmpty())
-                    edit.mediaTime = std::max<std::int64_t>(0, edit.mediaTime - startGap);
+                    edit.mediaTime = std::max<std::int64_t>(
+                        0, timeline::subtractSaturating(edit.mediaTime, startGap));
             }
             timeline::Edit& last = edits.back();
             if (last.duration == 0 && !last.isEmpty())
-                last.duration =
-                    std::max<std::int64_t>(0, inMovie(media.duration() - last.mediaTime));
+                last.duration = std::max<std::int64_t>(
+                    0, inMovie(timeline::subtractSaturating(media.duration(), last.mediaTime)));
         }
         return timeline::EditList(std::move(edits));
     }

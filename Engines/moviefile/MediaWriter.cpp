@@ -77,6 +77,8 @@ void writeBaseHeader(WriteContext& context, const Media& media, const AtomView* 
     const AtomScope scope =
         context.sink.open(kBaseHeader, original ? original->headerSizeInBytes : 8);
     const auto writeInformation = [&](const AtomView* atom) {
+        if (original && !atom)
+            return;
         putChanged<BaseMediaInformationAtom>(context.sink, atom,
                                              [&](BaseMediaInformationAtom& information) {
                                                  information.graphicsMode = media.graphicsMode;
@@ -156,27 +158,25 @@ void writeDataInformation(WriteContext& context, const Media& media, const AtomV
         context.sink.open(fourCharCode("dinf"), original ? original->headerSizeInBytes : 8);
     Merge()
         .child(fourCharCode("dref"),
-               [&](const AtomView* atom) { writeDataReferences(context, media, atom); })
+               [&](const AtomView* atom) {
+                   if (atom || !original || !media.dataReferences.empty())
+                       writeDataReferences(context, media, atom);
+               })
         .write(context.sink, original);
 }
 
-bool hasCombination(const AtomView& information) {
-    for (const FourCharCode type :
-         {VideoMediaHeaderAtom::type, SoundMediaHeaderAtom::type, kBaseHeader, fourCharCode("nmhd"),
-          fourCharCode("hmhd"), fourCharCode("sthd")}) {
-        if (findChild(information, type))
-            return true;
-    }
-    return false;
+bool holdsSamples(const Media& media) {
+    return media.samples.sampleCount() != 0 || !media.descriptions.empty() ||
+           media.samples.changed();
 }
 
 void writeInformation(WriteContext& context, const Media& media, const AtomView* original) {
     const AtomScope scope =
         context.sink.open(fourCharCode("minf"), original ? original->headerSizeInBytes : 8);
-    if (!original || !hasCombination(*original))
+    if (!original) {
         writeNewCombination(context, media);
-    if (!original)
         writeDataHandler(context, media);
+    }
     const auto onlyOld = [&](auto write) {
         return [&context, &media, write](const AtomView* atom) {
             if (atom)
@@ -188,10 +188,16 @@ void writeInformation(WriteContext& context, const Media& media, const AtomView*
         .child(SoundMediaHeaderAtom::type, onlyOld(writeSoundHeader))
         .child(kBaseHeader, onlyOld(writeBaseHeader))
         .child(fourCharCode("dinf"),
-               [&](const AtomView* atom) { writeDataInformation(context, media, atom); })
+               [&](const AtomView* atom) {
+                   if (atom || !original || !media.dataReferences.empty())
+                       writeDataInformation(context, media, atom);
+               })
         .before({fourCharCode("stbl")})
         .child(fourCharCode("stbl"),
-               [&](const AtomView* atom) { writeSampleTable(context, media, atom); })
+               [&](const AtomView* atom) {
+                   if (atom || !original || holdsSamples(media))
+                       writeSampleTable(context, media, atom);
+               })
         .write(context.sink, original);
 }
 
@@ -218,7 +224,10 @@ void writeMedia(WriteContext& context, const timeline::Track& track) {
                [&](const AtomView* atom) { writeHeader(context, media, origin, atom); })
         .child(HandlerAtom::type, [&](const AtomView* atom) { writeHandler(context, media, atom); })
         .child(fourCharCode("minf"),
-               [&](const AtomView* atom) { writeInformation(context, media, atom); })
+               [&](const AtomView* atom) {
+                   if (atom || !original || holdsSamples(media) || !media.dataReferences.empty())
+                       writeInformation(context, media, atom);
+               })
         .child(fourCharCode("imap"),
                [&](const AtomView* atom) { writeInputMap(context, track, atom); })
         .child(fourCharCode("udta"),

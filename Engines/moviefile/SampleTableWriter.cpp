@@ -25,14 +25,16 @@ class TableWriter {
         const bool asReadFromFragments = origin && origin->fragmented &&
                                          !columns_.placementChanged &&
                                          origin->sampleCountWhenRead == columns_.sizes.count();
-        keepsEmptyTables_ = asReadFromFragments && context.options.fragments == Fragments::keep;
-        samplesChanged_ = columns_.samplesChanged && !keepsEmptyTables_;
-        placementChanged_ = columns_.changed() && !keepsEmptyTables_;
+        const bool keepsTables =
+            asReadFromFragments && context.options.fragments == Fragments::keep;
+        samplesChanged_ = columns_.samplesChanged && !keepsTables;
+        placementChanged_ = columns_.changed() && !keepsTables;
     }
 
     void write(const AtomView* original) {
         const AtomScope scope =
             sink_.open(fourCharCode("stbl"), original ? original->headerSizeInBytes : 8);
+        isNew_ = original == nullptr;
         merge_.child(fourCharCode("stsd"), [&](const AtomView* atom) { descriptions(atom); });
         rows<TimeToSampleAtom>(columns_.times.rows(), true, 0);
         rows<CompositionOffsetAtom>(columns_.composition.rows(),
@@ -63,7 +65,7 @@ class TableWriter {
         merge_.child(Atom::type, [this, table, wanted, version](const AtomView* original) {
             if (original && !samplesChanged_)
                 sink_.bytes(original->bytes);
-            else if (wanted && !keepsEmptyTables_)
+            else if (wanted && (isNew_ || samplesChanged_))
                 putRows<Atom>(original, viewOf(table), version);
         });
     }
@@ -104,7 +106,7 @@ class TableWriter {
     void dependencies(const AtomView* original) {
         if (original && !samplesChanged_) {
             sink_.bytes(original->bytes);
-        } else if (columns_.dependencies.present && !keepsEmptyTables_) {
+        } else if (columns_.dependencies.present && (isNew_ || samplesChanged_)) {
             SampleDependencyAtom atom;
             atom.rows = viewOf(columns_.dependencies.rows.bytes());
             sink_.put(atom);
@@ -114,7 +116,7 @@ class TableWriter {
     void runs(const AtomView* original) {
         if (original && !placementChanged_)
             sink_.bytes(original->bytes);
-        else
+        else if (isNew_ || placementChanged_)
             putRows<SampleToChunkAtom>(original, viewOf(columns_.chunks.runs()), 0);
     }
 
@@ -122,8 +124,9 @@ class TableWriter {
         if (sizesWritten_)
             return;
         sizesWritten_ = true;
-        if (original && !samplesChanged_) {
-            sink_.bytes(original->bytes);
+        if (!isNew_ && !samplesChanged_) {
+            if (original)
+                sink_.bytes(original->bytes);
             return;
         }
         const bool compact = columns_.sizes.bitsPerRow() != 32;
@@ -145,8 +148,9 @@ class TableWriter {
             return;
         offsetsWritten_ = true;
         const bool wideEnough = !context_.options.wideOffsets || columns_.chunks.wide();
-        if (original && !placementChanged_ && wideEnough) {
-            sink_.bytes(original->bytes);
+        if (!isNew_ && !placementChanged_ && (wideEnough || !original)) {
+            if (original)
+                sink_.bytes(original->bytes);
         } else if (columns_.chunks.wide()) {
             putRows<WideChunkOffsetAtom>(original, viewOf(columns_.chunks.offsets()), 0);
         } else if (wideEnough) {
@@ -175,6 +179,8 @@ class TableWriter {
 
     void descriptions(const AtomView* original) {
         constexpr std::size_t kListInBytes = 8;
+        if (!original && !isNew_ && media_.descriptions.empty())
+            return;
         const SharedBytes old = original ? original->payload() : SharedBytes();
         std::vector<std::byte> payload(kListInBytes);
         std::copy_n(old.data(), std::min<std::size_t>(old.size(), 4), payload.data());
@@ -207,7 +213,7 @@ class TableWriter {
     const Media& media_;
     const SampleColumns& columns_;
     Merge merge_;
-    bool keepsEmptyTables_ = false;
+    bool isNew_ = false;
     bool samplesChanged_ = false;
     bool placementChanged_ = false;
     bool sizesWritten_ = false;

@@ -153,12 +153,12 @@ EditListAtom editListAtom(const timeline::EditList& edits, std::uint8_t version)
     EditListAtom atom;
     atom.version = version;
     atom.entries.reserve(edits.size());
-    constexpr std::int64_t kGreatestMediaTime = std::numeric_limits<std::int32_t>::max();
+    using NarrowTime = std::numeric_limits<std::int32_t>;
     for (const timeline::Edit& edit : edits.edits()) {
         const auto duration = static_cast<std::uint64_t>(edit.duration);
         atom.entries.push_back({duration, edit.mediaTime, edit.rate});
         atom.version = versionFor(atom.version, duration);
-        if (edit.mediaTime > kGreatestMediaTime)
+        if (edit.mediaTime > NarrowTime::max() || edit.mediaTime < NarrowTime::min())
             atom.version = std::max<std::uint8_t>(1, atom.version);
     }
     return atom;

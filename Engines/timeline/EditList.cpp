@@ -44,8 +44,8 @@ std::optional<std::int64_t> offsetInside(const Edit& edit, std::int64_t mediaTim
         return std::nullopt;
     if (edit.rate == 0)
         return edit.mediaTime == mediaTime ? std::optional<std::int64_t>(0) : std::nullopt;
-    const std::int64_t distance = edit.rate > 0 ? addSaturating(mediaTime, -edit.mediaTime)
-                                                : addSaturating(edit.mediaTime, -mediaTime);
+    const std::int64_t distance = edit.rate > 0 ? subtractSaturating(mediaTime, edit.mediaTime)
+                                                : subtractSaturating(edit.mediaTime, mediaTime);
     const std::int64_t units = mediaUnits(mediaScale, edit.rate);
     const std::int64_t offset =
         rescaleUp(distance, units < 0 ? -units : units, trackUnits(movieScale));
@@ -105,8 +105,8 @@ std::optional<std::int64_t> EditList::trackTimeOf(std::int64_t mediaTime, std::u
             continue;
         if (placed.edit.rate == 0)
             return std::max(placed.trackStart, notBefore);
-        if (placed.trackStart + *offset >= notBefore)
-            return placed.trackStart + *offset;
+        if (const auto time = addSaturating(placed.trackStart, *offset); time >= notBefore)
+            return time;
     }
     return std::nullopt;
 }

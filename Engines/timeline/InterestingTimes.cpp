@@ -7,6 +7,8 @@ namespace TWQuickTime::timeline {
 namespace {
 
 constexpr std::int64_t kNever = std::numeric_limits<std::int64_t>::max();
+/// So many edits in a row that hold nothing of interest end a search.
+constexpr std::size_t kGreatestEditsSearched = 1000;
 
 /// Looks for things in one track. Track times are movie time units.
 class TrackSearch {
@@ -20,7 +22,9 @@ class TrackSearch {
 
     /// The least time of something that begins at `least` or later.
     std::optional<std::int64_t> firstFrom(std::int64_t least) const {
-        for (std::size_t i = firstEditEndingAfter(least); i < track_.edits.size(); ++i) {
+        const std::size_t first = firstEditEndingAfter(least);
+        const std::size_t end = std::min(track_.edits.size(), first + kGreatestEditsSearched);
+        for (std::size_t i = first; i < end; ++i) {
             const PlacedEdit placed = track_.edits.at(i);
             if (placed.edit.duration == 0)
                 continue;
@@ -34,9 +38,11 @@ class TrackSearch {
 
     /// The greatest time of something that begins at `greatest` or earlier.
     std::optional<std::int64_t> lastUpTo(std::int64_t greatest) const {
-        for (std::size_t i = track_.edits.size(); i-- > 0;) {
+        const std::size_t end = endOfEditsStartingUpTo(greatest);
+        const std::size_t first = end - std::min(end, kGreatestEditsSearched);
+        for (std::size_t i = end; i-- > first;) {
             const PlacedEdit placed = track_.edits.at(i);
-            if (placed.trackStart > greatest || placed.edit.duration == 0)
+            if (placed.edit.duration == 0)
                 continue;
             if (const auto inside = lastInside(placed, std::min(greatest, placed.trackEnd() - 1)))
                 return inside;
@@ -68,6 +74,13 @@ class TrackSearch {
         return placed ? placed->index : track_.edits.size();
     }
 
+    std::size_t endOfEditsStartingUpTo(std::int64_t time) const {
+        if (time < 0)
+            return 0;
+        const auto placed = track_.edits.covering(time);
+        return placed ? placed->index + 1 : track_.edits.size();
+    }
+
     /// The start of an edit is where one of its samples begins to show, too.
     bool edgeCounts(const Edit& edit) const {
         if (kinds_ & kTrackEdits)
@@ -90,7 +103,7 @@ class TrackSearch {
             return std::nullopt;
         // What begins at a track time ≥ least has a display time beyond that of `least − 1`.
         const std::int64_t beyond =
-            least == placed.trackStart ? placed.edit.mediaTime - 1
+            least == placed.trackStart ? subtractSaturating(placed.edit.mediaTime, 1)
                                        : mediaTimeInside(placed.edit, least - 1 - placed.trackStart,
                                                          movieScale_, mediaScale_);
         const auto sample = (kinds_ & kMediaSamples) ? samples_.sampleDisplayedAfter(beyond)
@@ -128,7 +141,7 @@ class TrackSearch {
 
     std::optional<std::int64_t> trackTime(const PlacedEdit& placed, std::int64_t mediaTime) const {
         const auto offset = offsetInside(placed.edit, mediaTime, movieScale_, mediaScale_);
-        return offset ? std::optional(placed.trackStart + *offset) : std::nullopt;
+        return offset ? std::optional(addSaturating(placed.trackStart, *offset)) : std::nullopt;
     }
 
     const Track& track_;
@@ -152,7 +165,7 @@ std::optional<InterestingTime> nextInterestingTime(const Track& track, std::uint
     } else if (timeIncluded) {
         found = search.lastUpTo(time);
     } else {
-        std::int64_t greatest = time - 1;
+        std::int64_t greatest = subtractSaturating(time, 1);
         if (search.isInside(time)) {
             const auto current = search.lastUpTo(time);
             greatest = current ? *current - 1 : greatest;

@@ -46,6 +46,10 @@ std::int64_t addSaturating(std::int64_t a, std::int64_t b) {
     return saturate(static_cast<Wide>(a) + b);
 }
 
+std::int64_t subtractSaturating(std::int64_t a, std::int64_t b) {
+    return saturate(static_cast<Wide>(a) - b);
+}
+
 std::int64_t multiplySaturating(std::int64_t a, std::int64_t b) {
     return saturate(static_cast<Wide>(a) * b);
 }

@@ -24,6 +24,9 @@ std::int64_t rescaleUp(std::int64_t value, std::int64_t fromScale, std::int64_t 
 /// a + b, held within the range of 64 bits.
 std::int64_t addSaturating(std::int64_t a, std::int64_t b);
 
+/// a - b, held within the range of 64 bits.
+std::int64_t subtractSaturating(std::int64_t a, std::int64_t b);
+
 /// a · b, held within the range of 64 bits.
 std::int64_t multiplySaturating(std::int64_t a, std::int64_t b);
 

@@ -16,7 +16,7 @@ using result::Status;
 namespace {
 
 /// How far a look-up by display time follows composition offsets that are out of all proportion.
-constexpr std::uint32_t kLongestReordering = 65536;
+constexpr std::uint32_t kLongestReordering = 4096;
 
 Failure noSuch(const char* what, std::uint32_t index, std::uint32_t count) {
     return {FailureKind::endOfData, std::string(what) + " " + std::to_string(index) + " of " +

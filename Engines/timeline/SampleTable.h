@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "Engines/result/Result.h"
+#include "Engines/timeline/Rescale.h"
 #include "Engines/timeline/SampleColumns.h"
 
 namespace TWQuickTime::timeline {
@@ -32,7 +33,7 @@ struct Sample {
     std::uint64_t offset = 0;            ///< in the store of its data reference
     std::uint32_t descriptionIndex = 1;  ///< from 1
     std::uint32_t chunkIndex = 0;        ///< from 0
-    std::int64_t displayTime() const { return decodeTime + compositionOffset; }
+    std::int64_t displayTime() const { return addSaturating(decodeTime, compositionOffset); }
 };
 
 /// Samples that follow each other in the data of one chunk.
@@ -141,6 +142,8 @@ class SampleTable {
     /// The least and the greatest composition offset of all rows.
     OffsetRange offsetRange() const;
     std::int32_t compositionOffsetOf(std::uint32_t index) const;
+    /// Rows of tables with a row for each sample that appending these would add.
+    std::uint64_t rowsToList(const NewSamples& samples) const;
     void appendCompositionOffsets(const NewSamples& samples);
     void appendSync(const NewSamples& samples);
     void appendPlacement(const NewSamples& samples);

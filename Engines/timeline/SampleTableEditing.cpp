@@ -17,6 +17,8 @@ namespace {
 /// away for long.
 constexpr std::uint64_t kFullChunkInBytes = 1 << 20;
 constexpr std::uint32_t kMaximumSamples = std::numeric_limits<std::uint32_t>::max();
+/// Samples that are all alike take no rows; more of them than this are never listed one by one.
+constexpr std::uint64_t kMaximumSamplesToList = 1u << 24;
 
 }  // namespace
 
@@ -39,6 +41,8 @@ Status SampleTable::append(const NewSamples& samples) {
             columns_.composition.append(static_cast<std::uint32_t>(sampleCount() - offsets), 0);
         checkedForAppending_ = true;
     }
+    if (rowsToList(samples) > kMaximumSamplesToList)
+        return Failure{FailureKind::limit, "too many samples to be listed one by one"};
     columns_.samplesChanged = true;
     appendPlacement(samples);
     columns_.times.append(samples.count, samples.duration);
@@ -50,6 +54,21 @@ Status SampleTable::append(const NewSamples& samples) {
             columns_.dependencies.rows.appendByte(0);
     }
     return {};
+}
+
+std::uint64_t SampleTable::rowsToList(const NewSamples& samples) const {
+    const bool sizesListed = !columns_.sizes.rows().empty();
+    const bool staysCommon =
+        !sizesListed && samples.sizeInBytes != 0 &&
+        (sampleCount() == 0 || samples.sizeInBytes == columns_.sizes.commonSize());
+    std::uint64_t rows = 0;
+    if (!staysCommon)
+        rows = std::uint64_t{samples.count} + (sizesListed ? 0 : sampleCount());
+    if (allSync() != samples.sync)
+        rows += allSync() ? sampleCount() : samples.count;
+    if (columns_.dependencies.present)
+        rows += samples.count;
+    return rows;
 }
 
 void SampleTable::appendCompositionOffsets(const NewSamples& samples) {
