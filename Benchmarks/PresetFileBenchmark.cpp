@@ -1,6 +1,7 @@
 // A preset file of 10,000 settings in XML: this library against libplist, in one run.
 #include <benchmark/benchmark.h>
 #include <plist/plist.h>
+#include <unistd.h>
 
 #include <cstdint>
 #include <cstdlib>
@@ -8,6 +9,8 @@
 
 #include "NSData.h"
 #include "PropertyList.h"
+#include "TWQECS.h"
+#include "TWQECSReader.h"
 
 namespace {
 
@@ -43,6 +46,21 @@ void readWithTWQuickTime(benchmark::State& state) {
     state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(file.length()));
 }
 BENCHMARK(readWithTWQuickTime)->Unit(benchmark::kMillisecond);
+
+/// From the file to preset objects that answer look-ups.
+void loadPresetsWithTWQuickTime(benchmark::State& state) {
+    char path[] = "/tmp/twqt-presets-XXXXXX";
+    close(mkstemp(path));
+    file.writeToFile(path, false);
+    for (auto _ : state) {
+        const auto reader = TWQECSReader::qecsReaderWithPath(path);
+        if (!reader || !reader->componentSettingForID("setting-9999"))
+            state.SkipWithError("not all presets were loaded");
+    }
+    unlink(path);
+    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(file.length()));
+}
+BENCHMARK(loadPresetsWithTWQuickTime)->Unit(benchmark::kMillisecond);
 
 void readWithLibplist(benchmark::State& state) {
     for (auto _ : state) {

@@ -1,4 +1,4 @@
-#include <cstdint>
+#include <algorithm>
 #include <optional>
 #include <string>
 #include <string_view>

@@ -1,7 +1,9 @@
 #include "Private/XMLScanner.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstdint>
+#include <utility>
 
 #include "Private/TextEncoding.h"
 #include "Private/UTF8Decoder.h"
