@@ -36,7 +36,9 @@ if(TWQT_SANITIZE)
     add_compile_options(-fsanitize=${TWQT_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     add_link_options(-fsanitize=${TWQT_SANITIZE})
     # What the sanitizers put between lets GCC 12 lose track of sizes; plain builds judge these.
-    add_compile_options(-Wno-stringop-overflow -Wno-stringop-overread -Wno-array-bounds -Wno-maybe-uninitialized)
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+        add_compile_options(-Wno-stringop-overflow -Wno-stringop-overread -Wno-array-bounds -Wno-maybe-uninitialized)
+    endif()
 endif()
 
 find_package(PkgConfig REQUIRED)
