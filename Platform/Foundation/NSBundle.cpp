@@ -116,7 +116,7 @@ NSString NSBundle::pathForResource(const NSString& name, const NSString& ofType)
         file += "." + ofType.utf8();
     std::vector<std::string> folders =
         searchFolders(contents_->resources.utf8(), contents_->wantedLanguages());
-    std::ranges::rotate(folders, folders.begin() + 1);
+    std::rotate(folders.begin(), folders.begin() + 1, folders.end());
     for (const std::string& folder : folders) {
         std::error_code error;
         if (fs::exists(folder + file, error))
