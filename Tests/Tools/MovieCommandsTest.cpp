@@ -213,11 +213,13 @@ TEST_F(MovieCommands, InfoAgreesWithAnotherProgramOnEverySample) {
                 if (track["id"] != id)
                     continue;
                 ++compared;
-                if (stream["codec_tag_string"].get<std::string>().size() == 4)
+                if (stream["codec_tag_string"].get<std::string>().size() == 4) {
                     EXPECT_EQ(track["codec"], stream["codec_tag_string"]) << path;
-                if (stream.contains("nb_frames"))
+                }
+                if (stream.contains("nb_frames")) {
                     EXPECT_EQ(std::to_string(track["samples"].get<int>()), stream["nb_frames"])
                         << path;
+                }
             }
         }
         EXPECT_EQ(compared, static_cast<int>(streams.size())) << path;
