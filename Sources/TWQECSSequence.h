@@ -52,6 +52,18 @@ class TWQT_EXPORT TWQECSSequence : public TWQECS {
     NSComparisonResult nameCompare(const TWQECS& other) const;
 
     using TWQECS::exportMovie;
+    /// Runs the steps in their order: each but the last writes a file "EPR<number>" in the
+    /// temporary directory, which the next one reads and which is deleted after that; the first
+    /// "no" ends the export. The output of a failed step is left.
+    ///       (exportMovie:toFilePath:fromStartTime:withDuration:error:)
+    bool exportMovie(Movie movie, const NSString& toFilePath, TimeValue fromStartTime,
+                     TimeValue withDuration, NSError* error) override;
+    /// What the steps ask: tells this sequence's delegate of the progress of all steps together.
+    /// Without a delegate that has the callback the answer is no, which stops the export (on
+    /// purpose: a sequence exports only for a delegate that follows it).
+    ///       (exportCallbackForMovie:message:whatOperation:percentDone:error:)
+    bool exportCallbackForMovie(Movie movie, std::int16_t message, std::int16_t whatOperation,
+                                float percentDone, NSError* error);
     /// Sequences do not do this: always no, and no error.       (exportQTMovie:toFilePath:error:)
     bool exportQTMovie(const std::shared_ptr<QTMovie>& movie, const NSString& toFilePath,
                        NSError* error) override;
@@ -81,6 +93,8 @@ class TWQT_EXPORT TWQECSSequence : public TWQECS {
     int nestingDepth() override;
     std::optional<Steps> resolvedSteps(const TWQECSReader& reader) const;
     bool everyStep(bool (TWQECS::*answer)());
+    bool exportStep(const std::shared_ptr<TWQECS>& step, Movie movie, const NSString& toFilePath,
+                    TimeValue fromStartTime, TimeValue withDuration, NSError* error);
 
     std::shared_ptr<TWQECSReader> _ownedReader;
     std::weak_ptr<TWQECS> _activeStep;
