@@ -4,6 +4,7 @@
 #include <array>
 
 #include "Engines/codec/Private/CodecMap.h"
+#include "Engines/codec/Private/ForeignDescriptions.h"
 
 namespace TWQuickTime::codec {
 
@@ -209,6 +210,9 @@ std::span<const SoundCodecEntry> soundCodecEntries() {
 }
 
 AVCodecID videoDecoderId(std::uint32_t type) {
+    if ((type & 0xFFFF0000) == kLibraryVideoType) {
+        return static_cast<AVCodecID>(type & 0xFFFF);
+    }
     switch (type) {  // codes that the library's tables read as something else, or not at all
         case fourCode("vp08"):
             return AV_CODEC_ID_VP8;
@@ -236,6 +240,9 @@ AVCodecID videoDecoderId(std::uint32_t type) {
 AVCodecID soundDecoderId(const SoundDescription& description) {
     if (const AVCodecID id = pcmId(description); id != AV_CODEC_ID_NONE) {
         return id;
+    }
+    if ((description.format & 0xFFFF0000) == kLibrarySoundType) {
+        return static_cast<AVCodecID>((description.format & 0xFFFF) + 0x10000);
     }
     if ((description.format >> 16) == 0x6D73) {
         const AVCodecTag* const riff[] = {avformat_get_riff_audio_tags(), nullptr};

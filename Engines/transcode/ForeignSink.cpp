@@ -1,0 +1,154 @@
+#include "Engines/transcode/ForeignSink.h"
+
+#include "Engines/codec/ByteOrder.h"
+#include "Engines/codec/ForeignWriter.h"
+
+namespace TWQuickTime::transcode {
+
+using result::Expected;
+using result::Failure;
+using result::FailureKind;
+using result::Status;
+
+namespace {
+
+const char* formatName(FileKind kind) {
+    switch (kind) {
+        case FileKind::avi:
+            return "avi";
+        case FileKind::dv:
+            return "dv";
+        case FileKind::matroska:
+            return "matroska";
+        case FileKind::webm:
+            return "webm";
+        case FileKind::gif:
+            return "gif";
+        case FileKind::wave:
+            return "wav";
+        case FileKind::aiff:
+            return "aiff";
+        case FileKind::flac:
+            return "flac";
+        case FileKind::mp3:
+            return "mp3";
+        default:
+            return "";
+    }
+}
+
+/// The text of a '©…' item: its first record, {length, language, bytes}.
+std::string firstText(const timeline::UserDataItem& item) {
+    const auto bytes = item.data.span();
+    if (bytes.size() < 4) {
+        return {};
+    }
+    const std::size_t length = std::min<std::size_t>(codec::u16At(bytes, 0), bytes.size() - 4);
+    return {reinterpret_cast<const char*>(bytes.data() + 4), length};
+}
+
+std::vector<std::pair<std::string, std::string>> metadataOf(const timeline::UserData& userData) {
+    static constexpr std::pair<std::uint32_t, const char*> kKeys[] = {
+        {0xA96E616D, "title"}, {0xA9415254, "artist"},   {0xA9637079, "copyright"},
+        {0xA9616C62, "album"}, {0xA9636D74, "comment"},  {0xA967656E, "genre"},
+        {0xA9646179, "date"},  {0xA9777274, "composer"},
+    };
+    std::vector<std::pair<std::string, std::string>> metadata;
+    for (const auto& [type, key] : kKeys) {
+        if (const timeline::UserDataItem* item = userData.find(type)) {
+            if (std::string text = firstText(*item); !text.empty()) {
+                metadata.emplace_back(key, std::move(text));
+            }
+        }
+    }
+    return metadata;
+}
+
+class ForeignSink : public MediaSink {
+  public:
+    explicit ForeignSink(std::unique_ptr<codec::ForeignWriter> writer)
+        : writer_(std::move(writer)) {}
+
+    Status addVideo(const VideoStream& stream) override {
+        video_ = stream;
+        return {};
+    }
+    Status addSound(const SoundStream& stream) override {
+        sound_ = stream;
+        return {};
+    }
+
+    Status begin(Passengers passengers) override {
+        if (video_.encoder) {
+            auto number = writer_->addStream(*video_.encoder->parameters(),
+                                             video_.encoder->settings().frameRate);
+            if (!number) {
+                return number.failure();
+            }
+            videoNumber_ = *number;
+        }
+        if (sound_.encoder) {
+            auto number = writer_->addStream(*sound_.encoder->parameters(), {});
+            if (!number) {
+                return number.failure();
+            }
+            soundNumber_ = *number;
+        }
+        return writer_->begin(metadataOf(passengers.userData));
+    }
+
+    Status writeVideo(const codec::Packet& packet) override {
+        codec::Packet shifted = packet;
+        // Muxers want no picture to be shown before it is decoded: the order's depth in time.
+        shifted.decodeTime -= reorderShift();
+        return writer_->write(videoNumber_, shifted);
+    }
+
+    Status writeSound(const codec::Packet& packet) override {
+        codec::Packet shifted = packet;
+        shifted.presentationTime -= sound_.encoder->primingFrames();
+        shifted.decodeTime = shifted.presentationTime;
+        return writer_->write(soundNumber_, shifted);
+    }
+
+    Status finish() override {
+        if (sound_.encoder) {
+            if (auto status = writer_->replaceHeader(soundNumber_, *sound_.encoder->parameters());
+                !status) {
+                return status;
+            }
+        }
+        return writer_->finish();
+    }
+
+  private:
+    std::int64_t reorderShift() const {
+        const auto& settings = video_.encoder->settings();
+        const int depth = video_.encoder->reorderDepth();
+        return depth == 0
+                   ? 0
+                   : std::int64_t(double(depth) * settings.timeScale / settings.frameRate.value()) +
+                         1;
+    }
+
+    std::unique_ptr<codec::ForeignWriter> writer_;
+    VideoStream video_;
+    SoundStream sound_;
+    int videoNumber_ = 0;
+    int soundNumber_ = 0;
+};
+
+}  // namespace
+
+Expected<std::unique_ptr<MediaSink>> openForeignSink(moviefile::FileStorage& storage,
+                                                     FileKind kind) {
+    // The file may have no name yet; the system knows it by its descriptor.
+    const std::string path = "/proc/self/fd/" + std::to_string(storage.fileDescriptor());
+    auto writer = codec::ForeignWriter::create(formatName(kind), path);
+    if (!writer) {
+        return writer.failure();
+    }
+    return std::unique_ptr<MediaSink>(std::make_unique<ForeignSink>(std::move(*writer)));
+}
+
+}  // namespace TWQuickTime::transcode

@@ -1,0 +1,266 @@
+#include "Engines/transcode/MovieExport.h"
+
+#include <algorithm>
+#include <ctime>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "Engines/moviefile/ReplacementFile.h"
+#include "Engines/transcode/BoundedQueue.h"
+#include "Engines/transcode/Passengers.h"
+#include "Engines/transcode/SinkFactory.h"
+#include "Engines/transcode/SoundProducer.h"
+#include "Engines/transcode/VideoProducer.h"
+
+namespace TWQuickTime::transcode {
+
+using codec::Packet;
+using codec::VideoFrame;
+using result::Expected;
+using result::Failure;
+using result::FailureKind;
+using result::Status;
+
+namespace {
+
+/// Pictures and packets that wait between two threads; few, because pictures are large.
+constexpr std::size_t kWaitingPictures = 3;
+constexpr std::size_t kWaitingPackets = 64;
+
+/// What the threads of one export share.
+class Pipeline {
+  public:
+    Pipeline(VideoProducer* video, SoundProducer* sound, MediaSink& sink)
+        : video_(video), sound_(sound), sink_(sink) {}
+    ~Pipeline() { stopAndJoin(); }
+    Pipeline(const Pipeline&) = delete;
+    Pipeline& operator=(const Pipeline&) = delete;
+
+    Status run(const std::function<bool(double)>& progress) {
+        start();
+        Status status = writeAll(progress);
+        stopAndJoin();
+        // The threads' own failure comes before what followed from it.
+        return failure_ ? Status(*failure_) : status;
+    }
+
+  private:
+    void start() {
+        if (video_) {
+            threads_.emplace_back([this] { producePictures(); });
+            threads_.emplace_back([this] { encodePictures(); });
+        }
+        if (sound_) {
+            threads_.emplace_back([this] { produceSound(); });
+        }
+    }
+
+    void stopAndJoin() {
+        pictures_.stop();
+        videoPackets_.stop();
+        soundPackets_.stop();
+        for (std::thread& thread : threads_) {
+            thread.join();
+        }
+        threads_.clear();
+    }
+
+    void fail(const Failure& failure) {
+        {
+            const std::lock_guard lock(mutex_);
+            if (!failure_) {
+                failure_ = failure;
+            }
+        }
+        pictures_.stop();
+        videoPackets_.stop();
+        soundPackets_.stop();
+    }
+
+    void producePictures() {
+        for (;;) {
+            auto picture = video_->next();
+            if (!picture) {
+                return fail(picture.failure());
+            }
+            if (!*picture) {
+                return pictures_.close();
+            }
+            if (!pictures_.push(std::move(**picture))) {
+                return;
+            }
+        }
+    }
+
+    template <class Encoder>
+    bool forward(Encoder& encoder, BoundedQueue<Packet>& queue) {
+        for (;;) {
+            auto packet = encoder.receive();
+            if (!packet) {
+                fail(packet.failure());
+                return false;
+            }
+            if (!*packet) {
+                return true;
+            }
+            if (!queue.push(std::move(**packet))) {
+                return false;
+            }
+        }
+    }
+
+    void encodePictures() {
+        codec::VideoEncoder& encoder = video_->encoder();
+        while (auto picture = pictures_.pop()) {
+            if (auto status = encoder.encode(*picture); !status) {
+                return fail(status.failure());
+            }
+            picture.reset();
+            if (!forward(encoder, videoPackets_)) {
+                return;
+            }
+        }
+        if (auto status = encoder.finish(); !status) {
+            return fail(status.failure());
+        }
+        if (forward(encoder, videoPackets_)) {
+            videoPackets_.close();
+        }
+    }
+
+    void produceSound() {
+        codec::SoundEncoder& encoder = sound_->encoder();
+        std::vector<float> samples;
+        for (;;) {
+            if (auto status = sound_->next(samples); !status) {
+                return fail(status.failure());
+            }
+            const bool end = samples.empty();
+            const Status status = end ? encoder.finish() : encoder.encode(samples);
+            if (!status) {
+                return fail(status.failure());
+            }
+            if (!forward(encoder, soundPackets_)) {
+                return;
+            }
+            if (end) {
+                return soundPackets_.close();
+            }
+        }
+    }
+
+    double secondsOf(const Packet& packet, bool isVideo) const {
+        const double scale =
+            isVideo ? video_->timeScale() : sound_->encoder().settings().sampleRate;
+        return double(packet.decodeTime) / scale;
+    }
+
+    double fractionDone(const Packet& packet, bool isVideo) const {
+        const double whole = isVideo ? double(video_->duration()) : double(sound_->frames());
+        return whole > 0 ? std::clamp(double(packet.decodeTime + packet.duration) / whole, 0.0, 1.0)
+                         : 1.0;
+    }
+
+    /// Writes whichever stream lies behind, on the caller's thread.
+    Status writeAll(const std::function<bool(double)>& progress) {
+        std::optional<Packet> video = video_ ? videoPackets_.pop() : std::nullopt;
+        std::optional<Packet> sound = sound_ ? soundPackets_.pop() : std::nullopt;
+        while (video || sound) {
+            const bool isVideo =
+                video && (!sound || secondsOf(*video, true) <= secondsOf(*sound, false));
+            std::optional<Packet>& packet = isVideo ? video : sound;
+            if (auto status = isVideo ? sink_.writeVideo(*packet) : sink_.writeSound(*packet);
+                !status) {
+                return status;
+            }
+            if ((isVideo || !video_) && progress && !progress(fractionDone(*packet, isVideo))) {
+                return Failure{FailureKind::cancelled, "the export was stopped"};
+            }
+            packet = isVideo ? videoPackets_.pop() : soundPackets_.pop();
+        }
+        return {};
+    }
+
+    VideoProducer* video_;
+    SoundProducer* sound_;
+    MediaSink& sink_;
+    BoundedQueue<VideoFrame> pictures_{kWaitingPictures};
+    BoundedQueue<Packet> videoPackets_{kWaitingPackets};
+    BoundedQueue<Packet> soundPackets_{kWaitingPackets};
+    std::vector<std::thread> threads_;
+    std::mutex mutex_;
+    std::optional<Failure> failure_;
+};
+
+bool missing(const Failure& failure) {
+    return failure.kind == FailureKind::notFound;
+}
+
+}  // namespace
+
+Status exportMovie(const ExportRequest& request) {
+    const timeline::Movie& movie = *request.movie;
+    const std::int64_t start = std::max<std::int64_t>(request.start, 0);
+    const std::int64_t end =
+        std::min(timeline::addSaturating(request.start, request.duration), movie.duration());
+    if (request.duration <= 0 || end <= start) {
+        return Failure{FailureKind::badArgument, "the range to export is empty"};
+    }
+    const ExportSettings& settings = request.settings;
+    std::unique_ptr<VideoProducer> video;
+    std::unique_ptr<SoundProducer> sound;
+    if (settings.video) {
+        auto opened = VideoProducer::open(movie, request.onlyTrack, start, end - start,
+                                          *settings.video, settings.kind);
+        if (opened) {
+            video = std::move(*opened);
+        } else if (!missing(opened.failure())) {
+            return opened.failure();
+        }
+    }
+    if (settings.sound) {
+        auto opened = SoundProducer::open(movie, request.onlyTrack, start, end - start,
+                                          *settings.sound, settings.kind);
+        if (opened) {
+            sound = std::move(*opened);
+        } else if (!missing(opened.failure())) {
+            return opened.failure();
+        }
+    }
+    if (!video && !sound) {
+        return Failure{FailureKind::notFound, "the movie has nothing that could be exported so"};
+    }
+    auto file = moviefile::ReplacementFile::create(request.path);
+    if (!file) {
+        return file.failure();
+    }
+    auto sink = openSink(file->storage(), settings.kind, request.path);
+    if (!sink) {
+        return sink.failure();
+    }
+    if (video) {
+        const VideoStream stream{&video->encoder(), video->timeScale(), video->cleanAperture()};
+        if (auto status = (*sink)->addVideo(stream); !status) {
+            return status;
+        }
+    }
+    if (sound) {
+        if (auto status = (*sink)->addSound({&sound->encoder(), &sound->frames()}); !status) {
+            return status;
+        }
+    }
+    const timeline::Track* main = video ? &video->mainTrack() : nullptr;
+    if (auto status = (*sink)->begin(passengersOf(movie, main, start)); !status) {
+        return status;
+    }
+    if (auto status = Pipeline(video.get(), sound.get(), **sink).run(request.progress); !status) {
+        return status;
+    }
+    if (auto status = (*sink)->finish(); !status) {
+        return status;
+    }
+    return file->commit();
+}
+
+}  // namespace TWQuickTime::transcode
