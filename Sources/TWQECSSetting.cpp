@@ -2,6 +2,7 @@
 
 #include "ClassRegistry.h"
 #include "TWQECSFormat.h"
+#include "TWUQuickTimeComponent.h"
 
 namespace TWQuickTime {
 namespace {
@@ -22,7 +23,10 @@ OSType codeOf(const PropertyListValue& value) {
 
 }  // namespace
 
-TWQECSSetting::~TWQECSSetting() = default;
+TWQECSSetting::~TWQECSSetting() {
+    _component = nullptr;
+    closePrivateComponentInstance();
+}
 
 std::shared_ptr<TWQECS> TWQECSSetting::QECSWithDictionary(
     const NSDictionary& dictionary, const std::shared_ptr<TWQECSReader>& reader) {
@@ -65,7 +69,13 @@ NSData TWQECSSetting::componentSettingsAtomData() const {
 }
 
 void TWQECSSetting::setComponentSettingsAtomData(const NSData& componentSettingsAtomData) {
+    if (componentSettingsAtomData.isNil()) {
+        removeObjectForKey(TWQECSFormatSettingComponentAtomData);
+        return;
+    }
     setObject(componentSettingsAtomData, TWQECSFormatSettingComponentAtomData);
+    if (_componentInstance)
+        TWUQuickTimeComponent::setSettings(componentSettingsAtomData, _componentInstance);
 }
 
 bool TWQECSSetting::usesExportComponentWithSubtype(OSType subtype, OSType manufacturer) {

@@ -1,11 +1,17 @@
 // A preset that exports with one movie exporter, configured by settings kept in the entry.
 //
 //     auto setting = TWQECSSetting::initWithDictionary(entry);
-//     OSType exporter = setting->componentSupType();
+//     NSError error;
+//     if (!setting->exportMovie(movie, "/films/out.mov", 0, GetMovieDuration(movie), &error))
+//         show(error.localizedDescription());
+//
+// The exporter is looked up at first need; an instance of it stays open until the preset goes or
+// closePrivateComponentInstance() is called. Takes no lock of its own.
 #pragma once
 
 #include <memory>
 
+#include "Components.h"
 #include "NSData.h"
 #include "TWQECS.h"
 #include "TWQTExport.h"
@@ -35,10 +41,69 @@ class TWQT_EXPORT TWQECSSetting : public TWQECS {
     OSType componentManufacturer() const;
     /// "QTExpSettings", the flat bytes of an atom container; nil when absent.
     NSData componentSettingsAtomData() const;
-    /// Nil takes the settings away.
+    /// Nil takes the settings away; others are given to an open private instance at once.
     void setComponentSettingsAtomData(const NSData& componentSettingsAtomData);
 
+    // The exporter.
+
+    /// Found once and kept, not owned; null when it is missing.
+    Component component();
+    /// The preset's own instance, opened on first use with the preset's settings; null when it is
+    /// missing or refuses the settings, in which case the next call looks again.
+    ComponentInstance componentInstance();
+    /// A further instance with the preset's settings, which the caller closes; null for none.
+    ComponentInstance createNewComponentInstance();
+    void closePrivateComponentInstance();
+    /// The exporter's own settings as they were when the private instance was opened.
+    const NSData& defaultExporterComponentSetting() const {
+        return _defaultExporterComponentSetting;
+    }
+    void setDefaultExporterComponentSetting(const NSData& defaultExporterComponentSetting);
+
+    /// The exporter's own description; the preset's codes without flags when there is none.
+    ComponentDescription componentDescription();
+    /// Nil when the exporter cannot be asked.
+    NSString componentName();
+    /// Nil when the exporter cannot be asked.
+    NSString componentInfo();
+
+    bool componentHasUserInterface() override;
+    bool isInstalled() override;
+    bool isThreadSafe() override;
     bool usesExportComponentWithSubtype(OSType subtype, OSType manufacturer) override;
+    NSString exportedMovieFileExtension() override;
+    // Kept inside the settings data. A rate of exactly 2997 reads as 29.97 (on purpose: some
+    // settings store the NTSC rate times 100).
+    std::int32_t exportedMovieHeight() override;
+    void setExportedMovieHeight(std::int32_t height) override;
+    std::int32_t exportedMovieWidth() override;
+    void setExportedMovieWidth(std::int32_t width) override;
+    double exportedMovieFrameRate() override;
+    void setExportedMovieFrameRate(double frameRate) override;
+
+    /// @return 0 also when the user gave up; 0x3F3F3F3F when the exporter gives no settings
+    /// afterwards       (customizeComponentSettingsWithComponentDialogForMovie:)
+    OSStatus customizeComponentSettingsWithComponentDialogForMovie(Movie movie) override;
+
+    using TWQECS::exportMovie;
+    /// (exportMovie:toFilePath:fromStartTime:withDuration:error:)
+    bool exportMovie(Movie movie, const NSString& toFilePath, TimeValue fromStartTime,
+                     TimeValue withDuration, NSError* error) override;
+    /// What the progress procedure asks: 0 to go on, -1 to stop.
+    ///       (exportCallbackForMovie:message:whatOperation:percentDone:)
+    OSErr exportCallbackForMovie(Movie movie, std::int16_t message, std::int16_t whatOperation,
+                                 float percentDone);
+
+  private:
+    Component _component = nullptr;
+    ComponentInstance _componentInstance = nullptr;
+    NSData _defaultExporterComponentSetting;
 };
+
+/// Progress procedure of exports with a preset.
+/// @param refCon  the preset, as a TWQECSSetting*
+TWQT_EXPORT OSErr ExportMovieProgressProc(Movie movie, std::int16_t message,
+                                          std::int16_t whatOperation, Fixed percentDone,
+                                          std::intptr_t refCon);
 
 }  // namespace TWQuickTime

@@ -9,6 +9,7 @@
 
 #include <cstdint>
 
+#include "MovieExport.h"
 #include "NSString.h"
 #include "TWQTExport.h"
 #include "ToolboxTypes.h"
@@ -55,6 +56,14 @@ class TWQT_EXPORT UQuickTimeMovie {
     /// Writes a self-contained copy of the movie, replacing the file.
     /// @param inCreator  creator code of the file
     static OSErr FlattenMovieToFile(Movie inMovie, const NSString& inPath, OSType inCreator);
+
+    /// Makes a file with an open exporter out of the pictures that a procedure hands over.
+    /// @param inTimeScale  of the procedure's times, units per second
+    /// @return -50, and the exporter is not touched, when anything but the time scale is null
+    static OSErr RenderMovie(const NSString& inPath, TimeScale inTimeScale,
+                             ComponentInstance inExporter,
+                             MovieExportGetPropertyUPP inGetPropertyProc,
+                             MovieExportGetDataUPP inGetDataProc, void* inRefCon);
 
     /// Adds a track that fades an audio track in, holds it and fades it out.
     /// @param inTime  four times in seconds from the movie's start: the fade in begins, it ends,
