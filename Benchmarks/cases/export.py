@@ -1,0 +1,113 @@
+"""Exports of movies, against ffmpeg doing the same conversion."""
+
+import plistlib
+import subprocess
+
+from case import Case, Peer, at_least, at_most, expect
+
+
+def source(bench, size, seconds, name):
+    width, height = size
+    return bench.make(name, "-f", "lavfi", "-i", f"testsrc2=s={width}x{height}:r=25:d={seconds}",
+                      "-f", "lavfi", "-i", f"sine=440:r=48000:d={seconds}", "-vf", "noise=alls=8:allf=t",
+                      "-c:v", "libx264", "-preset", "fast", "-crf", "18", "-pix_fmt", "yuv420p", "-c:a", "aac")
+
+
+def full_hd(bench):
+    return source(bench, (1920, 1080), 30, "hd-30s.mov")
+
+
+def half_hd(bench):
+    return source(bench, (1280, 720), 20, "720p-20s.mov")
+
+
+def sound_hour(bench):
+    return bench.make("sound-1h.m4a", "-f", "lavfi", "-i", "aevalsrc=0.3*sin(2*PI*440*t)+0.1*sin(2*PI*3000*t):s=48000:d=3600",
+                      "-ac", "2", "-c:a", "aac", "-b:a", "128k")
+
+
+def pcm_hour(bench):
+    return bench.make("sound-1h.mov", "-i", sound_hour(bench), "-c:a", "pcm_s16be")
+
+
+def preset(bench, name, *options):
+    """A preset file with one setting, its settings made by the program."""
+    settings = bench.out / f"{name}.settings"
+    subprocess.run([bench.twqt, "settings", "new", "--force", *options, "-o", settings], check=True)
+    exporter = options[options.index("--exporter") + 1].ljust(4)
+    presets = bench.out / f"{name}.qecs"
+    entry = {"SettingID": 1, "Name": name, "QTExpComponentType": int.from_bytes(b"spit", "big"),
+             "QTExpComponentSubType": int.from_bytes(exporter.encode(), "big"),
+             "QTExpComponentManufacturer": int.from_bytes(b"appl", "big"), "QTExpSettings": settings.read_bytes()}
+    presets.write_bytes(plistlib.dumps({"Export Presets Version": 1, "Export Presets": [entry]}))
+    return presets
+
+
+def export(bench, name, movie, extension):
+    return [bench.twqt, "export", "--force", "--progress", "none", "--presets", bench.out / f"{name}.qecs", "--id", "1",
+            movie, bench.out / f"{name}.{extension}"]
+
+
+def video_packets(bench, path):
+    stream = bench.probe(path, "-count_packets", "-select_streams", "v", "-show_entries", "stream=nb_read_packets")
+    return int(stream["streams"][0]["nb_read_packets"])
+
+
+def frames_are(bench, name, extension, count):
+    found = video_packets(bench, bench.out / f"{name}.{extension}")
+    expect(found == count, f"{found} frames instead of {count}")
+
+
+def ffmpeg(bench, movie, *options):
+    return ["ffmpeg", "-v", "error", "-nostdin", "-y", "-i", movie, *options]
+
+
+def prepared(name, make, *options):
+    def prepare(bench):
+        make(bench)
+        preset(bench, name, *options)
+    return prepare
+
+
+CASES = [
+    Case(name="export-mjpeg", title="1080p H.264 → Photo-JPEG 75 %, 30 s",
+         prepare=prepared("mjpeg", full_hd, "--exporter", "MooV", "--video-codec", "jpeg", "--quality", "0.75", "--no-audio"),
+         ours=lambda bench: export(bench, "mjpeg", full_hd(bench), "mov"),
+         check=lambda bench: frames_are(bench, "mjpeg", "mov", 750),
+         peers=[Peer("ffmpeg", lambda bench: ffmpeg(bench, full_hd(bench), "-an", "-c:v", "mjpeg", "-pix_fmt", "yuvj420p",
+                                                    "-q:v", "4", bench.out / "peer-mjpeg.mov"),
+                     [at_least("wall", 1.4), at_least("cpu", 1.5), at_most("memory", 0.6)])]),
+    Case(name="export-prores", title="1080p H.264 → ProRes 422, 30 s",
+         prepare=prepared("prores", full_hd, "--exporter", "MooV", "--video-codec", "apcn", "--no-audio"),
+         ours=lambda bench: export(bench, "prores", full_hd(bench), "mov"),
+         check=lambda bench: frames_are(bench, "prores", "mov", 750),
+         peers=[Peer("ffmpeg", lambda bench: ffmpeg(bench, full_hd(bench), "-an", "-c:v", "prores_ks", "-profile:v", "2",
+                                                    bench.out / "peer-prores.mov"), [at_least("wall", 5)])]),
+    Case(name="export-h264", title="720p H.264 → H.264 medium, 20 s",
+         prepare=prepared("h264", half_hd, "--exporter", "mpg4", "--video-codec", "avc1", "--quality", "0.645"),
+         ours=lambda bench: export(bench, "h264", half_hd(bench), "mp4"),
+         check=lambda bench: frames_are(bench, "h264", "mp4", 500),
+         peers=[Peer("ffmpeg", lambda bench: ffmpeg(bench, half_hd(bench), "-c:v", "libx264", "-preset", "medium", "-crf", "23",
+                                                    "-c:a", "aac", bench.out / "peer-h264.mp4"),
+                     [at_least("wall", 1.0), at_most("memory", 1.0)])]),
+    Case(name="export-small-mjpeg", title="1080p → 640x360 Photo-JPEG, 30 s",
+         prepare=prepared("small", full_hd, "--exporter", "MooV", "--video-codec", "jpeg", "--quality", "0.75", "--size",
+                          "640x360", "--no-audio"),
+         ours=lambda bench: export(bench, "small", full_hd(bench), "mov"),
+         check=lambda bench: frames_are(bench, "small", "mov", 750),
+         peers=[Peer("ffmpeg", lambda bench: ffmpeg(bench, full_hd(bench), "-an", "-vf", "scale=640:360", "-c:v", "mjpeg",
+                                                    "-pix_fmt", "yuvj420p", "-q:v", "4", bench.out / "peer-small.mov"),
+                     [at_least("wall", 1.08)])]),
+    Case(name="export-aac-wave", title="AAC of an hour → WAVE",
+         prepare=prepared("wave", sound_hour, "--exporter", "WAVE"),
+         ours=lambda bench: export(bench, "wave", sound_hour(bench), "wav"),
+         check=lambda bench: expect(abs(float(bench.probe(bench.out / "wave.wav", "-show_format")["format"]["duration"]) - 3600)
+                                    < 0.05, "another length"),
+         peers=[Peer("ffmpeg", lambda bench: ffmpeg(bench, sound_hour(bench), bench.out / "peer.wav"), [at_least("wall", 1.3)])]),
+    Case(name="export-pcm-wave", title="PCM of an hour → WAVE",
+         prepare=prepared("pcm", pcm_hour, "--exporter", "WAVE"),
+         ours=lambda bench: export(bench, "pcm", pcm_hour(bench), "wav"),
+         check=lambda bench: expect(abs(float(bench.probe(bench.out / "pcm.wav", "-show_format")["format"]["duration"]) - 3600)
+                                    < 0.05, "another length"),
+         peers=[Peer("ffmpeg", lambda bench: ffmpeg(bench, pcm_hour(bench), bench.out / "peer.wav"), [at_least("wall", 2)])]),
+]
