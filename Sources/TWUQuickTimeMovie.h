@@ -190,11 +190,12 @@ constexpr TimeCodeTime TWUQuickTimeMovie::frameToTimeCode(std::int32_t frame,
         withFrameRate == -1 ? static_cast<std::int32_t>(0u - static_cast<std::uint32_t>(frame))
                             : frame / withFrameRate;
     const std::int32_t totalMinutes = totalSeconds / 60;
+    const std::int32_t totalHours = totalMinutes / 60;
     const std::uint32_t frames =
         static_cast<std::uint32_t>(frame) -
         static_cast<std::uint32_t>(totalSeconds) * static_cast<std::uint32_t>(withFrameRate);
-    return {static_cast<std::uint8_t>(totalSeconds / 3600),
-            static_cast<std::uint8_t>(totalMinutes - 60 * (totalMinutes / 60)),
+    return {static_cast<std::uint8_t>(totalHours),
+            static_cast<std::uint8_t>(totalMinutes - 60 * totalHours),
             static_cast<std::uint8_t>(totalSeconds - 60 * totalMinutes),
             static_cast<std::uint8_t>(frames)};
 }
