@@ -244,23 +244,23 @@ bool MovieStorage::isReachable(const timeline::DataReference& reference) const {
            fileIdentityOf(reference.store->path()) == fileIdentityOf(reference.store->descriptor());
 }
 
-result::Status MovieStorage::writeMovie(timeline::Movie& movie) {
+result::Status MovieStorage::writeMovie(timeline::Movie& movie, bool fragmentsHold) {
     if (!writable_)
         return result::Failure{result::FailureKind::permission, path_ + ": open for reading only",
                                EACCES};
     if (result::Status taken = takeInMemoryData(movie); !taken)
         return taken;
-    bool tablesChanged = false;
+    bool keepsFragments = fragmentsHold;
     for (const auto& track : movie.tracks) {
         if (!track->media)
             continue;
-        tablesChanged |= track->media->samples.changed();
         for (const timeline::DataReference& reference : track->media->dataReferences) {
             if (!isReachable(reference))
                 return result::Failure{result::FailureKind::badArgument,
                                        path_ + ": the samples lie in the file that it replaced"};
             // Fragments of another file cannot be left where they are.
-            tablesChanged |= reference.isSelf() && reference.store && !liesInThisFile(reference);
+            if (reference.isSelf() && reference.store && !liesInThisFile(reference))
+                keepsFragments = false;
             auto* other = dynamic_cast<MovieStorage*>(reference.store.get());
             if (other && other != this)
                 if (result::Status finished = other->finishData(); !finished)
@@ -268,7 +268,7 @@ result::Status MovieStorage::writeMovie(timeline::Movie& movie) {
         }
     }
     moviefile::WriteOptions options;
-    options.fragments = tablesChanged ? moviefile::Fragments::fold : moviefile::Fragments::keep;
+    options.fragments = keepsFragments ? moviefile::Fragments::keep : moviefile::Fragments::fold;
     // What another file calls its own is named by its path here.
     options.mapDataReference = [this](const timeline::DataReference& reference) {
         return liesInThisFile(reference) || !reference.isSelf() || !reference.store ||
@@ -284,7 +284,7 @@ result::Status MovieStorage::writeMovie(timeline::Movie& movie) {
     std::lock_guard lock(mutex_);
     const std::vector<moviefile::ByteRange> stillRead = MovieAtomUse::rangesOf(identity_);
     const auto written = moviefile::replaceMovieAtom(
-        *file_, {.movieAtom = *atom, .stillRead = stillRead, .retireFragments = tablesChanged});
+        *file_, {.movieAtom = *atom, .stillRead = stillRead, .retireFragments = !keepsFragments});
     if (!written)
         return written.failure();
     return {};

@@ -74,7 +74,9 @@ class MovieStorage final : public timeline::SampleStore,
 
     /// Writes the movie into the file, in front of nothing that is there: media data of memory
     /// stores are appended first, and the movie refers to them in the file from then on.
-    result::Status writeMovie(timeline::Movie& movie);
+    /// @param fragmentsHold  the movie's fragments are as they were when it was opened; they stay
+    ///     where they are when it was opened from this very file
+    result::Status writeMovie(timeline::Movie& movie, bool fragmentsHold);
 
   private:
     MovieStorage(std::unique_ptr<moviefile::FileStorage> file, std::string path, bool writable);

@@ -248,6 +248,66 @@ TEST_F(MovieStorageTest, KeepsTheTablesOfAnOpenMovieThroughManyUpdates) {
     EXPECT_EQ(probed.errors, "");
 }
 
+class FragmentedMovieTest : public MovieStorageTest {
+  protected:
+    FragmentedMovieTest() {
+        test::runFfmpeg({"-f", "lavfi", "-i", "testsrc=duration=2:size=64x48:rate=25", "-c:v",
+                         "mpeg4", "-g", "10", "-movflags", "+frag_keyframe+empty_moov", path_});
+        before_ = framesOf(path_);
+        EXPECT_EQ(OpenMovieStorage(reference_.handle, reference_.type,
+                                   kDataHCanRead | kDataHCanWrite, &handler_),
+                  noErr);
+        EXPECT_EQ(openMovie(&movie_), noErr);
+    }
+    ~FragmentedMovieTest() override {
+        DisposeMovie(movie_);
+        CloseMovieStorage(handler_);
+    }
+    bool hasAtom(const char* type) {
+        std::ifstream file(path_, std::ios::binary);
+        const std::string contents{std::istreambuf_iterator<char>(file),
+                                   std::istreambuf_iterator<char>()};
+        return contents.find(type) != std::string::npos;
+    }
+
+    std::string before_;
+    DataHandler handler_ = nullptr;
+    Movie movie_ = nullptr;
+};
+
+TEST_F(FragmentedMovieTest, LeavesTheFragmentsWhereTheyAreForOtherChanges) {
+    const std::uint8_t item = 5;
+    SetUserDataItem(GetMovieUserData(movie_), &item, 1, fourCC("step"), 1);
+    test::addSoundTrack(movie_, 8000, 16000);
+    ASSERT_EQ(UpdateMovieInStorage(movie_, handler_), noErr);
+    EXPECT_TRUE(hasAtom("moof"));
+    EXPECT_EQ(framesOf(path_), before_);
+    Movie again = nullptr;
+    ASSERT_EQ(openMovie(&again), noErr);
+    EXPECT_EQ(GetMediaSampleCount(GetTrackMedia(GetMovieIndTrack(again, 1))), 50);
+    EXPECT_EQ(GetMediaSampleCount(GetTrackMedia(GetMovieIndTrack(again, 2))), 16000);
+    DisposeMovie(again);
+}
+
+TEST_F(FragmentedMovieTest, FoldsTheFragmentsWhenTheirTrackChanges) {
+    const Media media = GetTrackMedia(GetMovieIndTrack(movie_, 1));
+    const ScopedHandle data, description;
+    ASSERT_EQ(GetMediaSample(media, data, 0, nullptr, 0, nullptr, nullptr, description, nullptr, 0,
+                             nullptr, nullptr),
+              noErr);
+    ASSERT_EQ(BeginMediaEdits(media), noErr);
+    ASSERT_EQ(AddMediaSample(media, data, 0, static_cast<std::uint32_t>(GetHandleSize(data)), 512,
+                             description, 1, 0, nullptr),
+              noErr);
+    ASSERT_EQ(EndMediaEdits(media), noErr);
+    ASSERT_EQ(UpdateMovieInStorage(movie_, handler_), noErr);
+    EXPECT_FALSE(hasAtom("moof"));
+    Movie again = nullptr;
+    ASSERT_EQ(openMovie(&again), noErr);
+    EXPECT_EQ(GetMediaSampleCount(GetTrackMedia(GetMovieIndTrack(again, 1))), 51);
+    DisposeMovie(again);
+}
+
 TEST(MovieFiles, AreKnownByNumbersOnlyWhileTheyAreOpen) {
     const test::TemporaryDirectory directory;
     const std::string path = directory.file("a.mov");
