@@ -11,6 +11,7 @@
 #include "Engines/moviefile/DataReferences.h"
 #include "Engines/moviefile/MovieAtomUpdate.h"
 #include "Engines/moviefile/MovieWriter.h"
+#include "Engines/moviefile/OuterAtoms.h"
 
 namespace TWQuickTime {
 namespace {
@@ -244,13 +245,7 @@ bool MovieStorage::isReachable(const timeline::DataReference& reference) const {
            fileIdentityOf(reference.store->path()) == fileIdentityOf(reference.store->descriptor());
 }
 
-result::Status MovieStorage::writeMovie(timeline::Movie& movie, bool fragmentsHold) {
-    if (!writable_)
-        return result::Failure{result::FailureKind::permission, path_ + ": open for reading only",
-                               EACCES};
-    if (result::Status taken = takeInMemoryData(movie); !taken)
-        return taken;
-    bool keepsFragments = fragmentsHold;
+result::Status MovieStorage::prepareReferences(const timeline::Movie& movie) const {
     for (const auto& track : movie.tracks) {
         if (!track->media)
             continue;
@@ -258,17 +253,33 @@ result::Status MovieStorage::writeMovie(timeline::Movie& movie, bool fragmentsHo
             if (!isReachable(reference))
                 return result::Failure{result::FailureKind::badArgument,
                                        path_ + ": the samples lie in the file that it replaced"};
-            // Fragments of another file cannot be left where they are.
-            if (reference.isSelf() && reference.store && !liesInThisFile(reference))
-                keepsFragments = false;
             auto* other = dynamic_cast<MovieStorage*>(reference.store.get());
             if (other && other != this)
                 if (result::Status finished = other->finishData(); !finished)
                     return finished;
         }
     }
+    return {};
+}
+
+bool MovieStorage::holdsMovieAtom(std::span<const std::byte> atom) const {
+    const auto present = moviefile::findMovieAtom(*file_);
+    if (!present || present->sizeInBytes != atom.size())
+        return false;
+    std::vector<std::byte> bytes(atom.size());
+    return file_->readExactly(present->offset, bytes) &&
+           std::equal(atom.begin(), atom.end(), bytes.begin());
+}
+
+result::Status MovieStorage::writeMovie(timeline::Movie& movie) {
+    if (!writable_)
+        return result::Failure{result::FailureKind::permission, path_ + ": open for reading only",
+                               EACCES};
+    if (result::Status taken = takeInMemoryData(movie); !taken)
+        return taken;
+    if (result::Status prepared = prepareReferences(movie); !prepared)
+        return prepared;
     moviefile::WriteOptions options;
-    options.fragments = keepsFragments ? moviefile::Fragments::keep : moviefile::Fragments::fold;
     // What another file calls its own is named by its path here.
     options.mapDataReference = [this](const timeline::DataReference& reference) {
         return liesInThisFile(reference) || !reference.isSelf() || !reference.store ||
@@ -276,6 +287,11 @@ result::Status MovieStorage::writeMovie(timeline::Movie& movie, bool fragmentsHo
                    ? reference
                    : moviefile::makeFileReference(reference.store->path());
     };
+    options.fragments = moviefile::Fragments::keep;
+    if (const auto unchanged = moviefile::writeMovieAtom(movie, options);
+        unchanged && holdsMovieAtom(*unchanged))
+        return finishData();
+    options.fragments = moviefile::Fragments::fold;
     const auto atom = moviefile::writeMovieAtom(movie, options);
     if (!atom)
         return atom.failure();
@@ -284,7 +300,7 @@ result::Status MovieStorage::writeMovie(timeline::Movie& movie, bool fragmentsHo
     std::lock_guard lock(mutex_);
     const std::vector<moviefile::ByteRange> stillRead = MovieAtomUse::rangesOf(identity_);
     const auto written = moviefile::replaceMovieAtom(
-        *file_, {.movieAtom = *atom, .stillRead = stillRead, .retireFragments = !keepsFragments});
+        *file_, {.movieAtom = *atom, .stillRead = stillRead, .retireFragments = true});
     if (!written)
         return written.failure();
     return {};

@@ -37,17 +37,6 @@ TrackRecord& MovieRecord::trackRecord(timeline::Track& track) {
     return *record;
 }
 
-bool MovieRecord::fragmentsHold() const {
-    std::size_t unchanged = 0;
-    for (const auto& track : movie->tracks) {
-        const auto opened = fragmentedSampleCounts.find(track.get());
-        if (opened != fragmentedSampleCounts.end() && track->media &&
-            track->media->samples.sampleCount() == opened->second)
-            ++unchanged;
-    }
-    return unchanged == fragmentedSampleCounts.size();
-}
-
 Movie newMovieRecord(std::unique_ptr<timeline::Movie> model) {
     return std::make_unique<MovieRecord>(std::move(model)).release();
 }

@@ -78,7 +78,7 @@ OSErr UpdateMovieInStorage(Movie movie, DataHandler dataHandler) {
             return noDataHandler;
         if (!storage->writable())
             return dataNotOpenForWrite;
-        return statusOf(storage->writeMovie(*record.movie, record.fragmentsHold()));
+        return statusOf(storage->writeMovie(*record.movie));
     });
 }
 

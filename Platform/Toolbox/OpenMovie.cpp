@@ -78,10 +78,6 @@ result::Expected<std::unique_ptr<MovieRecord>> openMovieAtPath(const std::string
     record->file = opened->self;
     record->storage = MovieStorage::openStorageOfFile(path);
     keepMovieAtom(*record, *opened);
-    if (opened->fragmented)
-        for (const auto& track : record->movie->tracks)
-            if (track->media)
-                record->fragmentedSampleCounts[track.get()] = track->media->samples.sampleCount();
     return record;
 }
 

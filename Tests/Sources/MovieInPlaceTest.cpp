@@ -94,6 +94,18 @@ class MovieInPlace : public testing::Test {
         ASSERT_GT(movies_.size(), 10u);
     }
 
+    /// Those without fragments, which any change folds into the movie.
+    std::vector<std::string> wholeMovies() const {
+        std::vector<std::string> whole;
+        for (const std::string& movie : movies_) {
+            const auto parts = movieParts(movie);
+            if (std::none_of(parts.begin(), parts.end(),
+                             [](const auto& part) { return part.first == "mvex"; }))
+                whole.push_back(movie);
+        }
+        return whole;
+    }
+
     /// A copy of a movie, changed in place.
     template <class Change>
     std::string changedCopy(const std::string& movie, Change change) {
@@ -118,7 +130,7 @@ TEST_F(MovieInPlace, IsTheSameWithoutAChange) {
 }
 
 TEST_F(MovieInPlace, ChangesNothingButTheUserDataForAnItem) {
-    for (const std::string& movie : movies_)
+    for (const std::string& movie : wholeMovies())
         EXPECT_THAT(changedParts(movie, changedCopy(movie,
                                                     [](StMovie& opened) {
                                                         TWUQuickTimeMovie::setUserDataInt(
@@ -129,7 +141,7 @@ TEST_F(MovieInPlace, ChangesNothingButTheUserDataForAnItem) {
 }
 
 TEST_F(MovieInPlace, AddsATrackAndChangesTheHeaderForATimecode) {
-    for (const std::string& movie : movies_) {
+    for (const std::string& movie : wholeMovies()) {
         int before = 0;
         const std::string copy = changedCopy(movie, [&](StMovie& opened) {
             before = opened.GetTrackCount();
@@ -141,9 +153,25 @@ TEST_F(MovieInPlace, AddsATrackAndChangesTheHeaderForATimecode) {
     }
 }
 
+TEST_F(MovieInPlace, StaysReadableForOtherPrograms) {
+    for (const std::string& movie : movies_) {
+        const std::string copy = changedCopy(movie, [](StMovie& opened) {
+            TWUQuickTimeMovie::setUserDataInt(5, fourCC("abcd"), opened);
+            EXPECT_EQ(TWUQuickTimeMovie::addTimeCode({1, 0, 0, 0}, opened, 30), noErr);
+        });
+        const auto packets = [](const std::string& path) {
+            return test::runProgram({"ffprobe", "-v", "error", "-select_streams", "v",
+                                     "-show_entries", "packet=pts_time,size,flags", "-of", "csv",
+                                     path})
+                .output;
+        };
+        EXPECT_EQ(packets(copy), packets(movie)) << movie;
+    }
+}
+
 TEST_F(MovieInPlace, ChangesTheSoundTrackAndAddsAnotherForATween) {
     int tweened = 0;
-    for (const std::string& movie : movies_) {
+    for (const std::string& movie : wholeMovies()) {
         int before = 0;
         const std::string copy = changedCopy(movie, [&](StMovie& opened) {
             before = opened.GetTrackCount();
@@ -155,7 +183,6 @@ TEST_F(MovieInPlace, ChangesTheSoundTrackAndAddsAnotherForATween) {
         });
         // The header, the sound track and the new track at most.
         EXPECT_LE(changedParts(movie, copy).size(), 3u) << movie;
-        EXPECT_EQ(test::runProgram({"ffprobe", "-v", "error", copy}).exitStatus, 0) << movie;
     }
     EXPECT_GT(tweened, 5);
 }

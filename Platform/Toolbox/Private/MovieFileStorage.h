@@ -74,14 +74,18 @@ class MovieStorage final : public timeline::SampleStore,
 
     /// Writes the movie into the file, in front of nothing that is there: media data of memory
     /// stores are appended first, and the movie refers to them in the file from then on.
-    /// @param fragmentsHold  the movie's fragments are as they were when it was opened; they stay
-    ///     where they are when it was opened from this very file
-    result::Status writeMovie(timeline::Movie& movie, bool fragmentsHold);
+    /// Fragments are folded into the movie atom by any change: it goes behind them, where many
+    /// readers would meet them too early. Without a change the file is left alone.
+    result::Status writeMovie(timeline::Movie& movie);
 
   private:
     MovieStorage(std::unique_ptr<moviefile::FileStorage> file, std::string path, bool writable);
 
     result::Status takeInMemoryData(timeline::Movie& movie);
+    /// Whether all samples can be named, and data of other storages are whole.
+    result::Status prepareReferences(const timeline::Movie& movie) const;
+    /// Whether the movie atom of the file has just these bytes.
+    bool holdsMovieAtom(std::span<const std::byte> atom) const;
     /// Makes what was appended a whole atom.
     result::Status finishData();
     bool liesInThisFile(const timeline::DataReference& reference) const;

@@ -77,12 +77,8 @@ struct MovieRecord {
     std::shared_ptr<timeline::SampleStore> memory;
     /// The part of its file that the movie still reads tables from.
     std::unique_ptr<MovieAtomUse> atomUse;
-    /// Of a movie with fragments: how many samples each track had when it was opened.
-    std::unordered_map<const timeline::Track*, std::uint32_t> fragmentedSampleCounts;
 
     TrackRecord& trackRecord(timeline::Track& track);
-    /// Whether the fragments of the file still hold what they held when it was opened.
-    bool fragmentsHold() const;
 };
 
 /// The record, or null for what is none (any more).

@@ -275,12 +275,20 @@ class FragmentedMovieTest : public MovieStorageTest {
     Movie movie_ = nullptr;
 };
 
-TEST_F(FragmentedMovieTest, LeavesTheFragmentsWhereTheyAreForOtherChanges) {
+TEST_F(FragmentedMovieTest, IsLeftAloneWithoutAChange) {
+    const auto sizeBefore = std::filesystem::file_size(path_);
+    ASSERT_EQ(UpdateMovieInStorage(movie_, handler_), noErr);
+    EXPECT_TRUE(hasAtom("moof"));
+    EXPECT_EQ(std::filesystem::file_size(path_), sizeBefore);
+    EXPECT_EQ(framesOf(path_), before_);
+}
+
+TEST_F(FragmentedMovieTest, IsFoldedByAnyChange) {
     const std::uint8_t item = 5;
     SetUserDataItem(GetMovieUserData(movie_), &item, 1, fourCC("step"), 1);
     test::addSoundTrack(movie_, 8000, 16000);
     ASSERT_EQ(UpdateMovieInStorage(movie_, handler_), noErr);
-    EXPECT_TRUE(hasAtom("moof"));
+    EXPECT_FALSE(hasAtom("moof"));
     EXPECT_EQ(framesOf(path_), before_);
     Movie again = nullptr;
     ASSERT_EQ(openMovie(&again), noErr);
@@ -289,7 +297,7 @@ TEST_F(FragmentedMovieTest, LeavesTheFragmentsWhereTheyAreForOtherChanges) {
     DisposeMovie(again);
 }
 
-TEST_F(FragmentedMovieTest, FoldsTheFragmentsWhenTheirTrackChanges) {
+TEST_F(FragmentedMovieTest, IsFoldedWhenItsTrackGrows) {
     const Media media = GetTrackMedia(GetMovieIndTrack(movie_, 1));
     const ScopedHandle data, description;
     ASSERT_EQ(GetMediaSample(media, data, 0, nullptr, 0, nullptr, nullptr, description, nullptr, 0,
