@@ -89,7 +89,9 @@ TEST_F(MovieCommands, FlattenPutsTheMovieInFront) {
     ASSERT_EQ(result.exitStatus, 0) << result.errors;
     EXPECT_THAT(result.errors, StartsWith("{\"message\":0,"));
     const auto frames = [](const std::string& path) {
-        return runProgram({"ffmpeg", "-v", "error", "-i", path, "-f", "framemd5", "-"}).output;
+        return runProgram({"ffmpeg", "-v", "error", "-i", path, "-map", "0", "-f", "streamhash",
+                           "-hash", "md5", "-"})
+            .output;
     };
     EXPECT_EQ(frames(copy_), frames(movie_));
     std::ifstream file(copy_, std::ios::binary);
@@ -149,6 +151,9 @@ TEST_F(MovieCommands, UserDataAreSetListedAndRemoved) {
         runTwqt({"userdata", "set", movie_, "data", "--data", directory_.file("bytes")}).exitStatus,
         0);
     EXPECT_EQ(jsonOf({"userdata", "get", movie_, "data"}), "0102ff");
+    // Items of other programs come out as they stand: a text with its length and language.
+    EXPECT_THAT(jsonOf({"userdata", "get", movie_, "\u00A9swr"}).get<std::string>(),
+                ::testing::MatchesRegex("00[0-9a-f]+4c617666.*"));
     EXPECT_EQ(runTwqt({"userdata", "remove", movie_, "abcd"}).exitStatus, 0);
     EXPECT_THAT(runTwqt({"userdata", "get", movie_, "abcd", "--int"}).errors, HasSubstr("(-2026)"));
     EXPECT_THAT(runTwqt({"userdata", "remove", movie_, "abcd"}).errors, HasSubstr("(-2026)"));

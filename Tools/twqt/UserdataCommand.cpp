@@ -1,4 +1,5 @@
 // `twqt userdata`: typed user data of a movie, in place.
+#include <Handles.h>
 #include <NSData.h>
 #include <PropertyListValue.h>
 #include <TWUQuickTimeMovie.h>
@@ -56,6 +57,18 @@ void list(const UserdataOptions& options) {
         table.print();
 }
 
+/// The first item of a type as it stands, for items of other programs.
+NSData rawItem(Movie movie, OSType key) {
+    const Handle handle = NewHandle(0);
+    const OSErr status = GetUserData(GetMovieUserData(movie), handle, key, 1);
+    const NSData data =
+        status == noErr
+            ? NSData::dataWithBytes(*handle, static_cast<std::size_t>(GetHandleSize(handle)))
+            : NSData();
+    DisposeHandle(handle);
+    return data;
+}
+
 /// The value under the key in the kind that was asked for; data when none was.
 Json valueOf(const UserdataOptions& options, Movie movie, OSType key) {
     if (options.wantsInteger)
@@ -68,7 +81,8 @@ Json valueOf(const UserdataOptions& options, Movie movie, OSType key) {
         const NSDictionary value = TWUQuickTimeMovie::getMovieUserDictionaryForKey(key, movie);
         return value ? jsonFromPropertyList(value) : Json(nullptr);
     }
-    return jsonFromData(TWUQuickTimeMovie::getMovieUserDataForKey(key, movie));
+    const NSData data = TWUQuickTimeMovie::getMovieUserDataForKey(key, movie);
+    return jsonFromData(data ? data : rawItem(movie, key));
 }
 
 void get(const UserdataOptions& options) {
@@ -152,8 +166,9 @@ const CommandRegistration registration("userdata", [](CLI::App& program) {
     addJsonFlag(*command, options->json);
 
     options = std::make_shared<UserdataOptions>();
-    command = addAction(*userdata, "get", "Value of an item; data as hex digits if not told else",
-                        "twqt userdata get movie.mov abcd --int", options, true, get);
+    command =
+        addAction(*userdata, "get", "Value of an item; its bytes as hex digits if not told else",
+                  "twqt userdata get movie.mov ©swr", options, true, get);
     CLI::Option_group* kind = command->add_option_group("kind");
     kind->add_flag("--int", options->wantsInteger, "as an integer");
     kind->add_flag("--bool", options->wantsBoolean, "as true or false");
@@ -175,7 +190,7 @@ const CommandRegistration registration("userdata", [](CLI::App& program) {
 
     options = std::make_shared<UserdataOptions>();
     addAction(*userdata, "remove", "Removes the first item of a type, in place",
-              "twqt userdata remove movie.mov abcd", options, true, remove);
+              "twqt userdata remove movie.mov ©swr", options, true, remove);
 });
 
 }  // namespace
