@@ -24,6 +24,7 @@ constexpr std::size_t greatestWindowCount = 32;
 // A range that begins this near behind a window is taken for the continuation of a sequence.
 constexpr std::uint64_t greatestGapInBytes = 64 * 1024;
 constexpr std::uint64_t reportDistanceInBytes = 4 << 20;
+constexpr std::uint64_t writeBackDistanceInBytes = 16 << 20;
 
 bool cloneRange(int source, std::uint64_t sourceOffset, int destination,
                 std::uint64_t destinationOffset, std::uint64_t sizeInBytes) {
@@ -41,7 +42,8 @@ DataCopier::DataCopier(Storage& destination, std::uint64_t offset, Progress prog
     : destination_(destination),
       progress_(std::move(progress)),
       start_(offset),
-      writtenEnd_(offset) {
+      writtenEnd_(offset),
+      writtenBackEnd_(offset) {
     buffer_.reserve(blockSizeInBytes);
 }
 
@@ -180,6 +182,10 @@ Status DataCopier::flush() {
 
 Status DataCopier::advance(std::uint64_t sizeInBytes) {
     writtenEnd_ += sizeInBytes;
+    if (writtenEnd_ - writtenBackEnd_ >= writeBackDistanceInBytes) {
+        destination_.beginWriteBack(writtenBackEnd_, writtenEnd_ - writtenBackEnd_);
+        writtenBackEnd_ = writtenEnd_;
+    }
     const std::uint64_t copied = writtenEnd_ - start_;
     if (!progress_ || copied < nextReport_)
         return {};

@@ -67,6 +67,7 @@ class DataCopier {
     Progress progress_;
     std::uint64_t start_;
     std::uint64_t writtenEnd_;
+    std::uint64_t writtenBackEnd_;
     std::uint64_t nextReport_ = 0;
     std::vector<std::byte> buffer_;  ///< collected, not yet written
     Range pending_;

@@ -140,6 +140,13 @@ Status FileStorage::sync() {
     return {};
 }
 
+void FileStorage::beginWriteBack(std::uint64_t offset, std::uint64_t sizeInBytes) {
+    // A hint: what goes wrong here is reported by the sync.
+    if (fitsFileOffset(offset, sizeInBytes))
+        ::sync_file_range(descriptor_, static_cast<off_t>(offset), static_cast<off_t>(sizeInBytes),
+                          SYNC_FILE_RANGE_WRITE);
+}
+
 Status FileStorage::truncate(std::uint64_t sizeInBytes) {
     if (!fitsFileOffset(sizeInBytes, 0))
         return failure("truncate", EFBIG);

@@ -37,6 +37,7 @@ class FileStorage final : public Storage {
                                        std::span<std::byte> into) const override;
     result::Status write(std::uint64_t offset, std::span<const std::byte> bytes) override;
     result::Status sync() override;
+    void beginWriteBack(std::uint64_t offset, std::uint64_t sizeInBytes) override;
     result::Status truncate(std::uint64_t sizeInBytes) override;
     int fileDescriptor() const override { return descriptor_; }
 

@@ -4,6 +4,8 @@
 
 namespace TWQuickTime::moviefile {
 
+void Storage::beginWriteBack(std::uint64_t, std::uint64_t) {}
+
 result::Status Storage::readExactly(std::uint64_t offset, std::span<std::byte> into) const {
     result::Expected<std::size_t> count = read(offset, into);
     if (!count)

@@ -44,6 +44,10 @@ class Storage {
     /// Returns when everything written so far would survive a power failure.
     virtual result::Status sync() = 0;
 
+    /// Tells that a written range is complete, so that bringing it to the disk may begin while
+    /// other things are done, and the sync at the end has little left to do.
+    virtual void beginWriteBack(std::uint64_t offset, std::uint64_t sizeInBytes);
+
     /// Makes the storage exactly that long; what is added reads as zeros.
     virtual result::Status truncate(std::uint64_t sizeInBytes) = 0;
 
