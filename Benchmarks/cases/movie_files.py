@@ -1,0 +1,85 @@
+"""Copying and changing movie files: 3.2 GiB of media, and a million samples."""
+
+import os
+import subprocess
+
+from case import Case, at_least, at_most, expect
+
+LARGE_SECONDS = 186
+MILLION = 1_000_000
+
+
+def large_movie(bench):
+    """3.2 GiB of uncompressed pictures and sound, the movie atom behind them."""
+    return bench.make("large.mov", "-f", "lavfi", "-i", f"testsrc2=size=1280x720:rate=10:duration={LARGE_SECONDS}",
+                      "-f", "lavfi", "-i", f"anoisesrc=duration={LARGE_SECONDS}:sample_rate=48000",
+                      "-pix_fmt", "uyvy422", "-c:v", "rawvideo", "-c:a", "pcm_s16le")
+
+
+def million_movie(bench):
+    """A million tiny pictures of different sizes."""
+    return bench.make("million.mov", "-f", "lavfi", "-i", f"testsrc=size=16x16:rate=1000:duration={MILLION // 1000}",
+                      "-pix_fmt", "yuvj420p", "-c:v", "mjpeg", "-q:v", "31", "-video_track_timescale", "1000")
+
+
+def settle(bench):
+    """What an earlier run left to be written to the disk is not this run's work."""
+    for path in bench.out.glob("flat*"):
+        path.unlink()
+    os.sync()
+
+
+def packet_hash(path):
+    return subprocess.run(["ffmpeg", "-v", "error", "-nostdin", "-i", str(path), "-map", "0", "-c", "copy",
+                           "-f", "streamhash", "-hash", "crc32", "-"], capture_output=True, check=True).stdout
+
+
+def flatten(source):
+    return lambda bench: [bench.twqt, "flatten", "--force", source(bench), bench.out / "flat.mov"]
+
+
+def faststart(source):
+    return lambda bench: ["ffmpeg", "-v", "error", "-nostdin", "-y", "-i", source(bench), "-map", "0", "-c", "copy",
+                          "-movflags", "+faststart", bench.out / "flat-peer.mov"]
+
+
+def check_copy(source):
+    def check(bench):
+        expect(packet_hash(bench.out / "flat.mov") == packet_hash(source(bench)), "the copy differs from its source")
+        with open(bench.out / "flat.mov", "rb") as file:
+            start = file.read(32)
+        expect(start[24:28] == b"moov", "the movie atom is not in front")
+    return check
+
+
+def user_data(bench):
+    return [bench.twqt, "userdata", "set", bench.media / "large.mov", "note", "--int", "7"]
+
+
+def check_user_data(bench):
+    said = bench.output_of(bench.twqt, "userdata", "get", bench.media / "large.mov", "note", "--int")
+    expect("7" in said, f"the user data were not set: {said}")
+
+
+def copy_with_user_data(bench):
+    return ["ffmpeg", "-v", "error", "-nostdin", "-y", "-i", bench.media / "large.mov", "-map", "0", "-c", "copy",
+            "-metadata", "comment=7", bench.out / "flat-peer.mov"]
+
+
+CASES = [
+    Case(name="flatten-large", title="flatten 3.2 GiB, header in front",
+         goals=[at_least("wall", 1.35), at_most("mebibytes", 16)],
+         prepare=large_movie, before_each=settle, ours=flatten(large_movie), check=check_copy(large_movie),
+         peers={"ffmpeg +faststart": faststart(large_movie)}),
+    Case(name="flatten-large-cp", title="flatten 3.2 GiB, header in front",
+         goals=[at_least("wall", 0.91), at_most("mebibytes", 16)],
+         prepare=large_movie, before_each=settle, ours=flatten(large_movie), check=check_copy(large_movie),
+         peers={"cp": lambda bench: ["cp", large_movie(bench), bench.out / "flat-peer.mov"]}),
+    Case(name="flatten-million", title="flatten 1,000,000 samples",
+         goals=[at_least("wall", 20), at_most("memory", 0.3)],
+         prepare=million_movie, before_each=settle, ours=flatten(million_movie), check=check_copy(million_movie),
+         peers={"ffmpeg +faststart": faststart(million_movie)}),
+    Case(name="user-data-large", title="user data into a movie of 3.2 GiB",
+         goals=[at_least("wall", 50)], prepare=large_movie, before_each=settle, ours=user_data,
+         check=check_user_data, peers={"ffmpeg -c copy": copy_with_user_data}),
+]
