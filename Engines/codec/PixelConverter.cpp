@@ -6,6 +6,7 @@ extern "C" {
 
 #include <algorithm>
 
+#include "Engines/codec/PlanarColors.h"
 #include "Engines/codec/Private/Native.h"
 
 namespace TWQuickTime::codec {
@@ -114,12 +115,39 @@ bool isFullRange(const VideoFrame& frame) {
 struct PixelConverter::State {
     ScalerKey key;
     std::unique_ptr<SwsContext, ScalerFreer> scaler;
+    Expected<VideoFrame> scale(const VideoFrame& source, const ScalerKey& wanted);
 };
 
 PixelConverter::PixelConverter() : state_(std::make_unique<State>()) {}
 PixelConverter::~PixelConverter() = default;
 PixelConverter::PixelConverter(PixelConverter&&) noexcept = default;
 PixelConverter& PixelConverter::operator=(PixelConverter&&) noexcept = default;
+
+/// The picture by the library's scaler, which is kept for pictures of the same kind.
+Expected<VideoFrame> PixelConverter::State::scale(const VideoFrame& source,
+                                                  const ScalerKey& wanted) {
+    if (!scaler || !(key == wanted)) {
+        auto newScaler = makeScaler(wanted);
+        if (!newScaler) {
+            return newScaler.failure();
+        }
+        scaler = std::move(*newScaler);
+        key = wanted;
+    }
+    auto made = VideoFrame::allocate(PixelFormat(wanted.targetFormat), wanted.targetWidth,
+                                     wanted.targetHeight);
+    if (!made) {
+        return made;
+    }
+    const AVFrame& from = *source.native()->frame;
+    AVFrame& to = *made->native()->frame;
+    const int rows =
+        sws_scale(scaler.get(), from.data, from.linesize, 0, from.height, to.data, to.linesize);
+    if (rows < 0) {
+        return nativeFailure(rows, "sws_scale");
+    }
+    return made;
+}
 
 Expected<VideoFrame> PixelConverter::convert(const VideoFrame& source,
                                              const PictureTarget& target) {
@@ -151,24 +179,16 @@ Expected<VideoFrame> PixelConverter::convert(const VideoFrame& source,
         key.sourceFormat == key.targetFormat && sameColors) {
         return result;
     }
-    if (!state_->scaler || !(state_->key == key)) {
-        auto scaler = makeScaler(key);
-        if (!scaler) {
-            return scaler.failure();
-        }
-        state_->scaler = std::move(*scaler);
-        state_->key = key;
-    }
-    auto made = VideoFrame::allocate(target.format, target.width, target.height);
+    const bool sameShape = key.sourceWidth == key.targetWidth &&
+                           key.sourceHeight == key.targetHeight &&
+                           key.sourceFormat == key.targetFormat;
+    const PlanarColorChange change{key.sourceMatrix, key.targetMatrix, key.sourceFull,
+                                   key.targetFull};
+    auto made = sameShape && canChangeColors(target.format, change)
+                    ? withChangedColors(source, change)
+                    : state_->scale(source, key);
     if (!made) {
-        return made.failure();
-    }
-    const AVFrame& from = *source.native()->frame;
-    AVFrame& to = *made->native()->frame;
-    const int rows = sws_scale(state_->scaler.get(), from.data, from.linesize, 0, from.height,
-                               to.data, to.linesize);
-    if (rows < 0) {
-        return nativeFailure(rows, "sws_scale");
+        return made;
     }
     const VideoFrame facts = result;
     result = *made;

@@ -15,6 +15,18 @@ namespace {
 /// How many samples ahead it is cheaper to decode on than to start over from a sync sample.
 constexpr std::uint32_t kFarAhead = 250;
 
+/// Whether two descriptions differ in nothing but where the samples lie.
+bool sameCoding(const timeline::SampleDescription* a, const timeline::SampleDescription* b) {
+    if (!a || !b || a->bytes().size() != b->bytes().size()) {
+        return false;
+    }
+    constexpr std::size_t kBeforeReference = 14, kAfterReference = 16;
+    const auto x = a->bytes().span(), y = b->bytes().span();
+    return x.size() >= kAfterReference &&
+           std::ranges::equal(x.first(kBeforeReference), y.first(kBeforeReference)) &&
+           std::ranges::equal(x.subspan(kAfterReference), y.subspan(kAfterReference));
+}
+
 }  // namespace
 
 VideoTrackReader::VideoTrackReader(const timeline::Movie& movie, const timeline::Track& track,
@@ -81,6 +93,11 @@ Status VideoTrackReader::feedOne() {
         return decoder_->sendEnd();
     }
     nextSample_ = sample.index + 1;
+    if (sample.descriptionIndex != decoderDescription_ &&
+        sameCoding(media_.description(sample.descriptionIndex),
+                   media_.description(decoderDescription_))) {
+        decoderDescription_ = sample.descriptionIndex;
+    }
     if (sample.descriptionIndex != decoderDescription_) {
         // What the old decoder still holds comes first.
         if (decoder_->sendEnd()) {
