@@ -268,12 +268,21 @@ TEST_F(AudioDuration, MeasuresAMovieWithSound) {
     EXPECT_DOUBLE_EQ(seconds, 1.5);
 }
 
+TEST_F(AudioDuration, MeasuresSoundFilesOfOtherKinds) {
+    for (const char* name : {"a.wav", "a.aif", "a.flac"}) {
+        test::runFfmpeg(
+            {"-f", "lavfi", "-i", "sine=duration=1.5:sample_rate=8000", directory_.file(name)});
+        double seconds = 77;
+        EXPECT_EQ(UQuickTimeAudio::GetAudioDuration(NSString(directory_.file(name)), seconds),
+                  noErr);
+        EXPECT_NEAR(seconds, 1.5, 1e-3) << name;
+    }
+}
+
 TEST_F(AudioDuration, MeasuresTheMixInsideAProjectPackage) {
     std::filesystem::create_directories(directory_.path() / "song.band/Output");
-    const std::string mix = directory_.file("song.band/Output/Output.aif");
-    // Whatever is called so is measured by its contents.
-    test::runFfmpeg({"-f", "lavfi", "-i", "sine=duration=2:sample_rate=8000", "-c:a", "pcm_s16le",
-                     "-f", "mov", mix});
+    test::runFfmpeg({"-f", "lavfi", "-i", "sine=duration=2:sample_rate=8000",
+                     directory_.file("song.band/Output/Output.aif")});
     double seconds = 77;
     EXPECT_EQ(UQuickTimeAudio::GetAudioDuration(NSString(directory_.file("song.band")), seconds),
               noErr);
