@@ -15,7 +15,10 @@
 #include <cstdint>
 #include <memory>
 
+#include "CGGeometry.h"
 #include "FSSpec.h"
+#include "ImageDescription.h"
+#include "MovieDrawing.h"
 #include "NSData.h"
 #include "NSString.h"
 #include "PropertyListValue.h"
@@ -25,7 +28,13 @@
 
 namespace TWQuickTime {
 
+class NSImage;
 class QTMovie;
+/// A picture of drawing opcodes in a handle.
+using PicHandle = Handle;
+
+/// Leaves uncovered places as they are; what frames with alpha are drawn with.
+TWQT_EXPORT OSErr twMovieUncoverProc(Movie movie, RgnHandle changedRegion, RefCon refCon);
 
 class TWQT_EXPORT TWUQuickTimeMovie {
   public:
@@ -171,6 +180,38 @@ class TWQT_EXPORT TWUQuickTimeMovie {
     static MediaHandler getTimeCodeMediaHandlerOfMovie(Movie movie);
     /// Removes the first timecode track; whether there was one.  (removeTimeCodeTrackOfMovie:)
     static bool removeTimeCodeTrackOfMovie(Movie movie);
+
+    // Frames as images, 32 bits R G B A. Drawing works on a clone: the movie stays as it is.
+
+    /// What a movie, or one track of it alone, shows at a time; nil when that cannot be drawn.
+    /// (frameImageAtTime:ofTrack:ofMovie:withAlpha:withSize:)
+    /// @param seconds  cut to the movie's time units
+    /// @param ofTrack  null for all enabled tracks
+    /// @param ofMovie  may be null when a track is given
+    /// @param withAlpha  places that nothing covers are transparent, else opaque black
+    /// @param withSize  pixels; with either side 0 or less the movie's own size
+    static std::shared_ptr<NSImage> frameImageAtTime(double seconds, Track ofTrack, Movie ofMovie,
+                                                     bool withAlpha, NSSize withSize);
+    /// With alpha, at the movie's size.       (frameImageAtTime:ofTrack:ofMovie:)
+    static std::shared_ptr<NSImage> frameImageAtTime(double seconds, Track ofTrack, Movie ofMovie);
+    /// (frameImageAtTime:ofMovie:)
+    static std::shared_ptr<NSImage> frameImageAtTime(double seconds, Movie ofMovie);
+    /// (frameImageAtTime:ofMovieAtPath:)
+    static std::shared_ptr<NSImage> frameImageAtTime(double seconds, const NSString& ofMovieAtPath);
+    /// The frame at the movie's poster time, or at 3 seconds (the middle of movies below 7) when it
+    /// has none.       (posterImageOfMovieAtPath:)
+    static std::shared_ptr<NSImage> posterImageOfMovieAtPath(const NSString& path);
+    /// Whole seconds: the fraction is cut on purpose.       (getMoviePosterTimeInSeconds:)
+    static double getMoviePosterTimeInSeconds(Movie movie);
+    /// Nil for a handle that holds no picture.       (imageFromPicHandle:)
+    static std::shared_ptr<NSImage> imageFromPicHandle(PicHandle picture);
+
+    /// Adds the extension 'pasp' (ratio x 1000 : 1000, cut to whole numbers); nothing for 1.0.
+    /// (addPixelAspectRatio:toImageDescription:)
+    static void addPixelAspectRatio(double ratio, ImageDescriptionHandle toImageDescription);
+    /// Width of a pixel over its height; 1.0 in every doubtful case.
+    /// (getPixelAspectRatioOfImageDescription:)
+    static double getPixelAspectRatioOfImageDescription(ImageDescriptionHandle imageDescription);
 };
 
 constexpr std::int32_t TWUQuickTimeMovie::timeCodeToFrame(TimeCodeTime timeCode,

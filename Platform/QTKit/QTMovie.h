@@ -13,6 +13,8 @@
 #include <unordered_map>
 #include <vector>
 
+#include "CGGeometry.h"
+#include "CGImage.h"
 #include "NSError.h"
 #include "NSString.h"
 #include "PropertyListValue.h"
@@ -62,6 +64,13 @@ inline constexpr const char* QTMovieApertureModeClean = "QTMovieApertureModeClea
 inline constexpr const char* QTMovieApertureModeProduction = "QTMovieApertureModeProduction";
 inline constexpr const char* QTMovieApertureModeEncodedPixels = "QTMovieApertureModeEncodedPixels";
 
+// Attributes of frame images.
+/// What kind of object the image is.
+inline constexpr const char* QTMovieFrameImageType = "QTMovieFrameImageType";
+inline constexpr const char* QTMovieFrameImageTypeCGImageRef = "QTMovieFrameImageTypeCGImageRef";
+/// Its size; see QTMovie::frameImageSizeValue.
+inline constexpr const char* QTMovieFrameImageSize = "QTMovieFrameImageSize";
+
 class TWQT_EXPORT QTMovie : public std::enable_shared_from_this<QTMovie> {
   public:
     virtual ~QTMovie();
@@ -98,6 +107,17 @@ class TWQT_EXPORT QTMovie : public std::enable_shared_from_this<QTMovie> {
     virtual QTAttributeValue attributeForKey(const NSString& attributeKey) const;
     /// Read-only attributes are left alone.       (setAttribute:forKey:)
     virtual void setAttribute(const QTAttributeValue& value, const NSString& forKey);
+
+    /// The frame that the movie shows at a time, transparent where nothing covers the movie box;
+    /// null on failure. Decoders stay where they are between calls, so that frames one after
+    /// another are decoded once each.       (frameImageAtTime:withAttributes:error:)
+    /// @param withAttributes  QTMovieFrameImageType must be QTMovieFrameImageTypeCGImageRef or
+    ///     absent; QTMovieFrameImageSize is optional
+    /// @param error  may be null; nil on success, else of the domain NSOSStatusErrorDomain
+    /// @return released by the caller with CGImageRelease
+    CGImageRef frameImageAtTime(QTTime time, const NSDictionary& withAttributes, NSError* error);
+    /// A size as the value of QTMovieFrameImageSize.
+    static NSArray frameImageSizeValue(NSSize size);
 
     /// Gives all video tracks dimensions for the aperture modes.
     void generateApertureModeDimensions();

@@ -1,4 +1,5 @@
 #include "Private/MovieRecord.h"
+#include "Private/DrawingRecord.h"
 
 #include <algorithm>
 #include <ctime>

@@ -19,6 +19,7 @@
 namespace TWQuickTime {
 
 class MovieAtomUse;
+struct MovieDrawing;
 class MovieStorage;
 
 struct UserDataRecord {
@@ -77,6 +78,8 @@ struct MovieRecord {
     std::shared_ptr<timeline::SampleStore> memory;
     /// The part of its file that the movie still reads tables from.
     std::unique_ptr<MovieAtomUse> atomUse;
+    /// World, procedures and decoders of drawing; none until the movie is drawn.
+    std::unique_ptr<MovieDrawing> drawing;
 
     TrackRecord& trackRecord(timeline::Track& track);
 };

@@ -1,0 +1,205 @@
+#include "MovieDrawing.h"
+
+#include <algorithm>
+#include <cmath>
+#include <optional>
+
+#include "Engines/image/PremultipliedAlpha.h"
+#include "Engines/timeline/Geometry.h"
+#include "Private/DrawingRecord.h"
+#include "Private/GWorldRecord.h"
+#include "Private/RecordCalls.h"
+#include "Private/StatusOfFailure.h"
+
+namespace TWQuickTime {
+namespace {
+
+MovieDrawing& drawingOf(MovieRecord& record) {
+    if (!record.drawing)
+        record.drawing = std::make_unique<MovieDrawing>();
+    return *record.drawing;
+}
+
+/// A hash over all that decides what a movie shows and what decoders read (FNV-1a).
+class Fingerprint {
+  public:
+    template <class Number>
+    void add(Number value) {
+        auto bits = static_cast<std::uint64_t>(value);
+        for (int i = 0; i < 8; ++i, bits >>= 8)
+            hash_ = (hash_ ^ (bits & 0xFF)) * 0x100000001B3;
+    }
+    std::uint64_t value() const { return hash_; }
+
+  private:
+    std::uint64_t hash_ = 0xCBF29CE484222325;
+};
+
+std::uint64_t fingerprintOf(const timeline::Movie& movie, const transcode::RenderOptions& options) {
+    Fingerprint hash;
+    hash.add(options.width);
+    hash.add(options.height);
+    hash.add(options.alpha);
+    hash.add(movie.timeScale);
+    for (std::int32_t number : movie.matrix)
+        hash.add(number);
+    for (const auto& track : movie.tracks) {
+        hash.add(reinterpret_cast<std::uintptr_t>(track.get()));
+        hash.add(track->flags);
+        hash.add(track->layer);
+        hash.add(track->dimensions.width);
+        hash.add(track->dimensions.height);
+        for (std::int32_t number : track->matrix)
+            hash.add(number);
+        for (const timeline::Edit& edit : track->edits.edits()) {
+            hash.add(edit.duration);
+            hash.add(edit.mediaTime);
+            hash.add(edit.rate);
+        }
+        if (!track->media)
+            continue;
+        hash.add(reinterpret_cast<std::uintptr_t>(track->media.get()));
+        hash.add(track->media->graphicsMode);
+        hash.add(track->media->descriptions.size());
+        hash.add(track->media->samples.sampleCount());
+        hash.add(track->media->samples.duration());
+    }
+    return hash.value();
+}
+
+/// A row of A R G B pixels, premultiplied, laid over the world's pixels.
+void placeRow(const std::uint8_t* row, const OpaquePixMap& map, int x, int y, int width,
+              bool keepsUncovered) {
+    std::uint8_t* out =
+        map.pixels + std::ptrdiff_t{map.rowBytes} * y + std::ptrdiff_t{x} * map.bytesPerPixel();
+    if (map.bytesPerPixel() == 4) {
+        if (keepsUncovered)
+            image::composeRowOver(row, out, width, true);
+        else
+            std::copy_n(row, std::ptrdiff_t{width} * 4, out);
+        return;
+    }
+    for (int i = 0; i < width; ++i, row += 4, out += 3) {
+        const unsigned rest = keepsUncovered ? 255u - row[0] : 0u;
+        for (int c = 0; c < 3; ++c)
+            out[c] = static_cast<std::uint8_t>(
+                std::min(255u, row[1 + c] + unsigned{image::multiply255(out[c], rest)}));
+    }
+}
+
+/// Whole pixels of a movie box.
+struct PixelBox {
+    int left = 0, top = 0, width = 0, height = 0;
+};
+
+PixelBox pixelBoxOf(const MovieRecord& record) {
+    const timeline::Box box = timeline::boxOfMovie(*record.movie, record.apertureMode);
+    const auto whole = [](double edge) { return static_cast<int>(std::lround(edge)); };
+    PixelBox result;
+    result.left = whole(box.left);
+    result.top = whole(box.top);
+    result.width = whole(box.right) - result.left;
+    result.height = whole(box.bottom) - result.top;
+    return result;
+}
+
+/// The current frame at the box's size; an empty frame when no track shows pictures.
+result::Expected<codec::VideoFrame> currentFrame(MovieRecord& record, const PixelBox& box,
+                                                 bool keepsUncovered) {
+    MovieDrawing& drawing = drawingOf(record);
+    transcode::RenderOptions options;
+    options.width = box.width;
+    options.height = box.height;
+    options.alpha = keepsUncovered;
+    const std::uint64_t fingerprint = fingerprintOf(*record.movie, options);
+    if (!drawing.renderer || drawing.rendererFingerprint != fingerprint) {
+        auto opened = transcode::MovieRenderer::open(*record.movie, options);
+        if (!opened) {
+            drawing.renderer.reset();
+            if (opened.failure().kind == result::FailureKind::notFound)
+                return codec::VideoFrame();
+            return opened.failure();
+        }
+        drawing.renderer = *std::move(opened);
+        drawing.rendererFingerprint = fingerprint;
+    }
+    return drawing.renderer->renderFrame({record.movie->currentTime, record.movie->timeScale},
+                                         codec::PixelFormat::argb32());
+}
+
+OSErr draw(Movie movie, MovieRecord& record) {
+    MovieDrawing& drawing = drawingOf(record);
+    OpaqueGrafPtr* world = findGWorld(drawing.port);
+    if (!world)
+        return noErr;
+    const PixelBox box = pixelBoxOf(record);
+    if (box.width < 1 || box.height < 1)
+        return noErr;
+    const bool keepsUncovered = drawing.uncoverProc != nullptr;
+    if (keepsUncovered) {
+        if (const OSErr status = drawing.uncoverProc(movie, nullptr, drawing.coverRefCon);
+            status != noErr)
+            return status;
+    }
+    const auto frame = currentFrame(record, box, keepsUncovered);
+    if (!frame)
+        return statusOfFailure(frame.failure());
+
+    const OpaquePixMap& map = world->pixMap;
+    const int left = std::max(0, box.left - map.bounds.left);
+    const int right = std::min(map.width(), box.left + box.width - map.bounds.left);
+    const int top = std::max(0, box.top - map.bounds.top);
+    const int bottom = std::min(map.height(), box.top + box.height - map.bounds.top);
+    if (right <= left || bottom <= top)
+        return noErr;
+    std::vector<std::uint8_t> black;
+    if (!*frame) {
+        if (keepsUncovered)
+            return noErr;
+        for (int x = left; x < right; ++x)
+            black.insert(black.end(), {255, 0, 0, 0});
+    }
+    const int skippedColumns = left - (box.left - map.bounds.left);
+    const int skippedRows = top - (box.top - map.bounds.top);
+    for (int y = top; y < bottom; ++y) {
+        const std::uint8_t* row =
+            *frame ? frame->row(0, y - top + skippedRows) + std::ptrdiff_t{skippedColumns} * 4
+                   : black.data();
+        placeRow(row, map, left, y, right - left, keepsUncovered);
+    }
+    return noErr;
+}
+
+}  // namespace
+
+void SetMovieGWorld(Movie movie, CGrafPtr port, const void*) {
+    changeObject("SetMovieGWorld", movie,
+                 [&](MovieRecord& record) { drawingOf(record).port = port; });
+}
+
+void GetMovieGWorld(Movie movie, CGrafPtr* port, const void** device) {
+    if (device)
+        *device = nullptr;
+    if (port)
+        *port = readObject("GetMovieGWorld", movie, CGrafPtr{nullptr},
+                           [](MovieRecord& record) { return drawingOf(record).port; });
+}
+
+void SetMovieCoverProcs(Movie movie, MovieRgnCoverUPP uncoverProc, MovieRgnCoverUPP coverProc,
+                        RefCon refCon) {
+    changeObject("SetMovieCoverProcs", movie, [&](MovieRecord& record) {
+        MovieDrawing& drawing = drawingOf(record);
+        drawing.uncoverProc = uncoverProc;
+        drawing.coverProc = coverProc;
+        drawing.coverRefCon = refCon;
+    });
+}
+
+OSErr MoviesTask(Movie movie, std::int32_t) {
+    if (!movie)
+        return noErr;
+    return workOnObject("MoviesTask", movie,
+                        [&](MovieRecord& record) { return draw(movie, record); });
+}
+
+}  // namespace TWQuickTime
