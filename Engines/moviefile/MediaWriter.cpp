@@ -165,7 +165,10 @@ void writeDataInformation(WriteContext& context, const Media& media, const AtomV
         .write(context.sink, original);
 }
 
-bool holdsSamples(const Media& media) {
+/// Whether there is something to write into a sample table that the file did not have.
+bool holdsSamples(const WriteContext& context, const Media& media) {
+    if (keepsTablesOf(context, media))
+        return false;
     return media.samples.sampleCount() != 0 || !media.descriptions.empty() ||
            media.samples.changed();
 }
@@ -195,7 +198,7 @@ void writeInformation(WriteContext& context, const Media& media, const AtomView*
         .before({fourCharCode("stbl")})
         .child(fourCharCode("stbl"),
                [&](const AtomView* atom) {
-                   if (atom || !original || holdsSamples(media))
+                   if (atom || !original || holdsSamples(context, media))
                        writeSampleTable(context, media, atom);
                })
         .write(context.sink, original);
@@ -225,7 +228,8 @@ void writeMedia(WriteContext& context, const timeline::Track& track) {
         .child(HandlerAtom::type, [&](const AtomView* atom) { writeHandler(context, media, atom); })
         .child(fourCharCode("minf"),
                [&](const AtomView* atom) {
-                   if (atom || !original || holdsSamples(media) || !media.dataReferences.empty())
+                   if (atom || !original || holdsSamples(context, media) ||
+                       !media.dataReferences.empty())
                        writeInformation(context, media, atom);
                })
         .child(fourCharCode("imap"),

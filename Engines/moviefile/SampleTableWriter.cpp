@@ -21,12 +21,7 @@ class TableWriter {
   public:
     TableWriter(WriteContext& context, const Media& media)
         : context_(context), sink_(context.sink), media_(media), columns_(media.samples.columns()) {
-        const auto* origin = dynamic_cast<const MediaOrigin*>(media.origin.get());
-        const bool asReadFromFragments = origin && origin->fragmented &&
-                                         !columns_.placementChanged &&
-                                         origin->sampleCountWhenRead == columns_.sizes.count();
-        const bool keepsTables =
-            asReadFromFragments && context.options.fragments == Fragments::keep;
+        const bool keepsTables = keepsTablesOf(context, media);
         samplesChanged_ = columns_.samplesChanged && !keepsTables;
         placementChanged_ = columns_.changed() && !keepsTables;
     }
@@ -221,6 +216,14 @@ class TableWriter {
 };
 
 }  // namespace
+
+bool keepsTablesOf(const WriteContext& context, const Media& media) {
+    const auto* origin = dynamic_cast<const MediaOrigin*>(media.origin.get());
+    const SampleColumns& columns = media.samples.columns();
+    const bool asReadFromFragments = origin && origin->fragmented && !columns.placementChanged &&
+                                     origin->sampleCountWhenRead == columns.sizes.count();
+    return asReadFromFragments && context.options.fragments == Fragments::keep;
+}
 
 void writeSampleTable(WriteContext& context, const Media& media, const AtomView* original) {
     TableWriter(context, media).write(original);

@@ -83,6 +83,8 @@ void writeTrack(WriteContext& context, const timeline::Track& track, const AtomV
 void writeMedia(WriteContext& context, const timeline::Track& track);
 /// Whether the track's own atom holds the input map of its media, as it was read.
 bool holdsInputMap(const timeline::Track& track);
+/// Whether the tables of a media that was read from fragments stay as they were in the file.
+bool keepsTablesOf(const WriteContext& context, const timeline::Media& media);
 /// @param original  'stbl' as it was read
 void writeSampleTable(WriteContext& context, const timeline::Media& media,
                       const AtomView* original);

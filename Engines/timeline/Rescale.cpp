@@ -42,16 +42,4 @@ std::int64_t rescaleUp(std::int64_t value, std::int64_t fromScale, std::int64_t 
     return saturate(-floorDivide(-(static_cast<Wide>(value) * toScale), fromScale));
 }
 
-std::int64_t addSaturating(std::int64_t a, std::int64_t b) {
-    return saturate(static_cast<Wide>(a) + b);
-}
-
-std::int64_t subtractSaturating(std::int64_t a, std::int64_t b) {
-    return saturate(static_cast<Wide>(a) - b);
-}
-
-std::int64_t multiplySaturating(std::int64_t a, std::int64_t b) {
-    return saturate(static_cast<Wide>(a) * b);
-}
-
 }  // namespace TWQuickTime::timeline

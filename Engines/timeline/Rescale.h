@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 
 namespace TWQuickTime::timeline {
 
@@ -22,12 +23,30 @@ std::int64_t rescaleDown(std::int64_t value, std::int64_t fromScale, std::int64_
 std::int64_t rescaleUp(std::int64_t value, std::int64_t fromScale, std::int64_t toScale);
 
 /// a + b, held within the range of 64 bits.
-std::int64_t addSaturating(std::int64_t a, std::int64_t b);
+inline std::int64_t addSaturating(std::int64_t a, std::int64_t b) {
+    std::int64_t sum = 0;
+    if (__builtin_add_overflow(a, b, &sum))
+        return b < 0 ? std::numeric_limits<std::int64_t>::min()
+                     : std::numeric_limits<std::int64_t>::max();
+    return sum;
+}
 
 /// a - b, held within the range of 64 bits.
-std::int64_t subtractSaturating(std::int64_t a, std::int64_t b);
+inline std::int64_t subtractSaturating(std::int64_t a, std::int64_t b) {
+    std::int64_t difference = 0;
+    if (__builtin_sub_overflow(a, b, &difference))
+        return b < 0 ? std::numeric_limits<std::int64_t>::max()
+                     : std::numeric_limits<std::int64_t>::min();
+    return difference;
+}
 
 /// a · b, held within the range of 64 bits.
-std::int64_t multiplySaturating(std::int64_t a, std::int64_t b);
+inline std::int64_t multiplySaturating(std::int64_t a, std::int64_t b) {
+    std::int64_t product = 0;
+    if (__builtin_mul_overflow(a, b, &product))
+        return (a < 0) == (b < 0) ? std::numeric_limits<std::int64_t>::max()
+                                  : std::numeric_limits<std::int64_t>::min();
+    return product;
+}
 
 }  // namespace TWQuickTime::timeline

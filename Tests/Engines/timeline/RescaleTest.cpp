@@ -35,6 +35,9 @@ TEST(Rescale, SaturatesInsteadOfWrappingAround) {
     EXPECT_EQ(addSaturating(kGreatest, 1), kGreatest);
     EXPECT_EQ(addSaturating(kLeast, -1), kLeast);
     EXPECT_EQ(multiplySaturating(kGreatest, -2), kLeast);
+    EXPECT_EQ(multiplySaturating(kLeast, kLeast), kGreatest);
+    EXPECT_EQ(subtractSaturating(0, kLeast), kGreatest);
+    EXPECT_EQ(subtractSaturating(kLeast, 1), kLeast);
 }
 
 TEST(Rescale, IsExactWhereTheProductNeedsMoreThan64Bits) {
