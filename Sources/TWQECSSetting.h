@@ -33,6 +33,19 @@ class TWQT_EXPORT TWQECSSetting : public TWQECS {
     /// Has no reader.       (copyWithZone:)
     std::shared_ptr<TWQECS> copy() const override;
 
+    /// Writes the movie through its own object; the preset is the movie's delegate meanwhile, and
+    /// the movie's own delegate serves as export delegate when there is none.
+    ///       (exportQTMovie:toFilePath:error:)
+    bool exportQTMovie(const std::shared_ptr<QTMovie>& movie, const NSString& toFilePath,
+                       NSError* error) override;
+    /// As a movie's delegate: the export delegate's answer, yes without one.
+    ///       (movie:shouldContinueOperation:withPhase:atPercent:withAttributes:)
+    bool movieShouldContinueOperation(const std::shared_ptr<QTMovie>& movie,
+                                      const NSString& operation, std::int32_t withPhase,
+                                      float atPercent, const NSDictionary& withAttributes);
+    /// As a movie's delegate: always no.       (movieShouldTask:)
+    bool movieShouldTask(const std::shared_ptr<QTMovie>& movie);
+
     /// "QTExpComponentType"; movie exporters ('spit') when absent.
     OSType componentType() const;
     /// "QTExpComponentSubType", 0 when absent. The name is spelled so on purpose.

@@ -9,6 +9,8 @@
 //     QTTime duration = movie->duration();
 #pragma once
 
+#include <cstdint>
+#include <functional>
 #include <memory>
 #include <unordered_map>
 #include <vector>
@@ -71,6 +73,37 @@ inline constexpr const char* QTMovieFrameImageTypeCGImageRef = "QTMovieFrameImag
 /// Its size; see QTMovie::frameImageSizeValue.
 inline constexpr const char* QTMovieFrameImageSize = "QTMovieFrameImageSize";
 
+// Attributes of writing.
+/// Whether to write through an exporter (bool); without it the movie is flattened.
+inline constexpr const char* QTMovieExport = "QTMovieExport";
+/// Subtype of the exporter (number).
+inline constexpr const char* QTMovieExportType = "QTMovieExportType";
+/// Manufacturer of the exporter, 0 or absent for any (number).
+inline constexpr const char* QTMovieExportManufacturer = "QTMovieExportManufacturer";
+/// The exporter's settings as the flat bytes of an atom container (data); absent: its own.
+inline constexpr const char* QTMovieExportSettings = "QTMovieExportSettings";
+
+// Phases of an operation that a delegate follows.
+inline constexpr std::int32_t QTMovieOperationBeginPhase = 0;
+inline constexpr std::int32_t QTMovieOperationUpdatePercentPhase = 1;
+inline constexpr std::int32_t QTMovieOperationEndPhase = 2;
+
+class QTMovie;
+
+/// What a client hears of a movie; an empty member is a method that it does not have.
+struct QTMovieDelegate {
+    /// Called on the thread that the operation runs on.
+    /// @param operation  "Export" or "Flatten"
+    /// @param atPercent  0.0 to 1.0
+    /// @return yes to go on
+    /// (movie:shouldContinueOperation:withPhase:atPercent:withAttributes:)
+    std::function<bool(const std::shared_ptr<QTMovie>& movie, const NSString& operation,
+                       std::int32_t withPhase, float atPercent, const NSDictionary& withAttributes)>
+        movieShouldContinueOperation;
+    /// Whether the movie may be given time of its own.       (movieShouldTask:)
+    std::function<bool(const std::shared_ptr<QTMovie>& movie)> movieShouldTask;
+};
+
 class TWQT_EXPORT QTMovie : public std::enable_shared_from_this<QTMovie> {
   public:
     virtual ~QTMovie();
@@ -119,6 +152,18 @@ class TWQT_EXPORT QTMovie : public std::enable_shared_from_this<QTMovie> {
     /// A size as the value of QTMovieFrameImageSize.
     static NSArray frameImageSizeValue(NSSize size);
 
+    /// Null for none.
+    std::shared_ptr<QTMovieDelegate> delegate() const { return delegate_.lock(); }
+    /// Not owned.
+    void setDelegate(const std::shared_ptr<QTMovieDelegate>& delegate) { delegate_ = delegate; }
+
+    /// Writes all of the movie, replacing the file when it is complete; the delegate may stop it.
+    ///       (writeToFile:withAttributes:error:)
+    /// @param withAttributes  the attributes of writing
+    /// @param error  may be null; nil on success, else of the domain NSOSStatusErrorDomain with the
+    ///     toolbox's status: -2003 for an exporter that is missing, -128 for a stop
+    bool writeToFile(const NSString& fileName, const NSDictionary& withAttributes, NSError* error);
+
     /// Gives all video tracks dimensions for the aperture modes.
     void generateApertureModeDimensions();
 
@@ -133,6 +178,7 @@ class TWQT_EXPORT QTMovie : public std::enable_shared_from_this<QTMovie> {
     void adopt(Movie movie, bool disposeWhenDone);
 
     Movie movie_ = nullptr;
+    std::weak_ptr<QTMovieDelegate> delegate_;
     bool disposesOfMovie_ = false;
     std::unordered_map<NSString, QTAttributeValue> attributes_;
 };
