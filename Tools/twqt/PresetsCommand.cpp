@@ -8,6 +8,7 @@
 #include "CommandFailure.h"
 #include "FourCharCodeText.h"
 #include "JsonOutput.h"
+#include "MovieArgument.h"
 #include "ReadableFile.h"
 #include "TWQECSFormat.h"
 #include "TWQECSReader.h"
@@ -123,6 +124,8 @@ void printSequences(const TWQECSReader& reader) {
 }
 
 void run(const PresetsOptions& options) {
+    // Exporters that are not installed are a result here, not a message.
+    const QuietLog quiet;
     requireReadableFile("read presets", options.file);
     const std::shared_ptr<TWQECSReader> reader =
         TWQECSReader::qecsReaderWithPath(NSString(options.file));
