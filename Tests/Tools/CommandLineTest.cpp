@@ -50,9 +50,9 @@ TEST(CommandLine, HelpsOnEveryLevelAndGivesAnExampleOfThatCommand) {
     collectCommands(program, {}, commands);
     ASSERT_FALSE(commands.empty());
     for (std::vector<std::string> arguments : commands) {
-        std::string example = "Example:\n  twqt ";
+        std::string example = "Example:\n  twqt";
         for (const std::string& word : arguments)
-            example += word + " ";
+            example += " " + word;
         arguments.push_back("--help");
         const ProgramResult result = runTwqt(arguments);
         EXPECT_EQ(result.exitStatus, 0) << example;

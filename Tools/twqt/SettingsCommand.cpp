@@ -138,7 +138,7 @@ void showSettings(const ShowOptions& options) {
 
 const CommandRegistration registration("settings", [](CLI::App& program) {
     CLI::App* command = addCommand(program, "settings", "Makes and shows exporters' settings",
-                                   "twqt settings show web.settings");
+                                   "twqt settings show --presets Examples/Presets.qecs --id h264");
     command->require_subcommand(1);
 
     CLI::App* make = addCommand(*command, "new", "Makes a settings file",
@@ -150,7 +150,7 @@ const CommandRegistration registration("settings", [](CLI::App& program) {
     make->callback([making] { makeSettings(*making); });
 
     CLI::App* show = addCommand(*command, "show", "Dumps the atoms of settings",
-                                "twqt settings show --presets Examples/Presets.qecs --id web");
+                                "twqt settings show --presets Examples/Presets.qecs --id h264");
     auto showing = std::make_shared<ShowOptions>();
     show->add_option("FILE", showing->file, "a settings file");
     show->add_option("--presets", showing->presets, "a preset file");
