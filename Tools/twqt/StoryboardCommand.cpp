@@ -4,6 +4,7 @@
 #include <QTMovie_TWAdditions.h>
 #include <StBitmapContext.h>
 #include <TWUQuickTimeMovie.h>
+#include <Tracks.h>
 
 #include <algorithm>
 #include <cmath>
@@ -64,6 +65,18 @@ int frameRateOf(Movie movie) {
                       255);
 }
 
+/// Where the movie's pictures end, in seconds; sound and other tracks may go on.
+double endOfPictures(Movie movie) {
+    TimeValue end = 0;
+    for (std::int32_t i = 1;; ++i) {
+        Track track = GetMovieIndTrackType(movie, i, VideoMediaType, movieTrackMediaType);
+        if (!track)
+            break;
+        end = std::max(end, GetTrackDuration(track));
+    }
+    return static_cast<double>(end) / std::max<TimeScale>(1, GetMovieTimeScale(movie));
+}
+
 /// The timecode that the movie shows at a time: counted on from its own start, or from zero.
 std::string timeCodeAt(Movie movie, double seconds, int frameRate) {
     const std::int32_t start = TWUQuickTimeMovie::timeCodeToFrame(
@@ -100,8 +113,7 @@ void run(const StoryboardOptions& options) {
     CGContextSetRGBFillColor(context, 0.92, 0.92, 0.92, 1);
 
     const int frameRate = frameRateOf(opened.movie());
-    const double length = static_cast<double>(GetMovieDuration(opened.movie())) /
-                          std::max<TimeScale>(1, GetMovieTimeScale(opened.movie()));
+    const double length = endOfPictures(opened.movie());
     const int count = options.columns * options.rows;
     for (int i = 0; i < count; ++i) {
         const double seconds = length * (i + 0.5) / count;
