@@ -8,6 +8,7 @@
 #include "Command.h"
 #include "CommandFailure.h"
 #include "JsonOutput.h"
+#include "MovieArgument.h"
 #include "OutputFile.h"
 #include "ReadableFile.h"
 #include "SizeArgument.h"
@@ -65,6 +66,7 @@ SizeArgument naturalSize(const std::string& file) {
 }
 
 void runInfo(const InfoOptions& options) {
+    const QuietLog quiet;
     requireReadableFile("open picture", options.file);
     const SizeArgument size = naturalSize(options.file);
     const bool canOpen = UQuickTimeImage::CanOpenImageFile(NSString(options.file));
@@ -81,6 +83,7 @@ void runInfo(const InfoOptions& options) {
 }
 
 void runLoad(const LoadOptions& options) {
+    const QuietLog quiet;
     requireReadableFile("open picture", options.file);
     requireFreeOutput(options.output, options.force);
     const ProfileFile profile(options.profile);
