@@ -81,7 +81,7 @@ NSStringEncoding CFStringConvertEncodingToNSStringEncoding(TextEncoding encoding
         case kCFStringEncodingUTF8:
             return NSUTF8StringEncoding;
         case kCFStringEncodingMacRoman:
-            return NSMacOSRomanStringEncoding;
+            return NSClassicRomanStringEncoding;
         default:
             return 0;
     }

@@ -61,7 +61,7 @@ using NSStringEncoding = std::uint64_t;
 constexpr TextEncoding kCFStringEncodingMacRoman = 0;
 constexpr TextEncoding kCFStringEncodingUTF8 = 0x08000100;
 constexpr NSStringEncoding NSUTF8StringEncoding = 4;
-constexpr NSStringEncoding NSMacOSRomanStringEncoding = 30;
+constexpr NSStringEncoding NSClassicRomanStringEncoding = 30;
 
 /// The encoding of the names that components and codecs give: UTF-8.
 TWQT_EXPORT TextEncoding GetApplicationTextEncoding();

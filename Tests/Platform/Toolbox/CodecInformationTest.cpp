@@ -64,11 +64,11 @@ TEST(CodecInformation, CompressionNamesAreKnownForSoundAndVideoInstalledOrNot) {
 
 TEST(CodecInformation, TextIsInTheEncodingThatItSays) {
     EXPECT_EQ(CFStringConvertEncodingToNSStringEncoding(kCFStringEncodingMacRoman),
-              NSMacOSRomanStringEncoding);
+              NSClassicRomanStringEncoding);
     EXPECT_EQ(CFStringConvertEncodingToNSStringEncoding(0x1234), 0u);
     const std::uint8_t text[] = {2, 'a', 'b', 'c'};
     EXPECT_EQ(stringWithPascalString(text, NSUTF8StringEncoding), "ab");
-    EXPECT_TRUE(stringWithPascalString(text, NSMacOSRomanStringEncoding).isNil());
+    EXPECT_TRUE(stringWithPascalString(text, NSClassicRomanStringEncoding).isNil());
     EXPECT_TRUE(stringWithPascalString(nullptr, NSUTF8StringEncoding).isNil());
 }
 
