@@ -48,5 +48,6 @@ function(twqt_add_tests NAME)
         target_compile_options(${NAME} PRIVATE -O0)
     endif()
     gtest_discover_tests(${NAME} NO_PRETTY_VALUES DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120 
-        PROPERTIES TIMEOUT 300 ENVIRONMENT "ASAN_OPTIONS=allocator_may_return_null=1;TSAN_OPTIONS=allocator_may_return_null=1")
+        PROPERTIES TIMEOUT 300 ENVIRONMENT
+        "ASAN_OPTIONS=allocator_may_return_null=1;TSAN_OPTIONS=allocator_may_return_null=1;LSAN_OPTIONS=print_suppressions=0:suppressions=${CMAKE_SOURCE_DIR}/Tests/leak-suppressions.txt")
 endfunction()

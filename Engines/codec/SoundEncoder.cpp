@@ -196,7 +196,8 @@ class NativeSoundEncoder : public SoundEncoder {
         avcodec_parameters_from_context(native->parameters, context_.get());
         native->parameters->codec_tag = 0;
         native->timeBase = {1, settings_.sampleRate};
-        if (lateHeader_.size() == std::size_t(native->parameters->extradata_size)) {
+        if (!lateHeader_.empty() &&
+            lateHeader_.size() == std::size_t(native->parameters->extradata_size)) {
             std::memcpy(native->parameters->extradata, lateHeader_.data(), lateHeader_.size());
         }
         return native;

@@ -139,9 +139,9 @@ TEST_F(UQuickTimeAtomTest, AFrameRateComesBackInSinglePrecision) {
     EXPECT_NE(UQuickTimeAtom::GetFrameRateFromAtomContainer(settings_), 29.97);
     const SCTemporalSettings stored =
         UQuickTimeAtom::GetTemporalSettingsFromAtomContainer(settings_, true);
-    EXPECT_EQ(stored.temporalQuality, 0x200u);
-    EXPECT_EQ(stored.keyFrameRate, 24);
-    EXPECT_EQ(stored.frameRate, 1964113);
+    EXPECT_EQ(+stored.temporalQuality, 0x200u);
+    EXPECT_EQ(+stored.keyFrameRate, 24);
+    EXPECT_EQ(+stored.frameRate, 1964113);
 }
 
 TEST_F(UQuickTimeAtomTest, NegativeRatesAreSignedAndImpossibleOnesTheSmallestNumber) {

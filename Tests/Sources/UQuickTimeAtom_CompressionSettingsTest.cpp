@@ -43,15 +43,15 @@ TEST_F(CompressionSettings, ASpatialRecordIsFourteenBigEndianBytes) {
     settings_.leaf("sptl", "jpeg" + big32(7) + big16(24) + big32(0x200), video);
     const SCSpatialSettings native =
         UQuickTimeAtom::GetSpatialSettingsFromAtomContainer(settings_, true);
-    EXPECT_EQ(native.codecType, fourCC("jpeg"));
-    EXPECT_EQ(native.codec, 7u);
-    EXPECT_EQ(native.depth, 24);
-    EXPECT_EQ(native.spatialQuality, 0x200u);
+    EXPECT_EQ(+native.codecType, fourCC("jpeg"));
+    EXPECT_EQ(+native.codec, 7u);
+    EXPECT_EQ(+native.depth, 24);
+    EXPECT_EQ(+native.spatialQuality, 0x200u);
     const SCSpatialSettings stored =
         UQuickTimeAtom::GetSpatialSettingsFromAtomContainer(settings_, false);
     EXPECT_EQ(std::memcmp(&stored, "jpeg\0\0\0\7\0\x18\0\0\2\0", 14), 0);
-    EXPECT_EQ(stored.codecType, fourCC("gepj"));
-    EXPECT_EQ(stored.depth, 24 << 8);
+    EXPECT_EQ(+stored.codecType, fourCC("gepj"));
+    EXPECT_EQ(+stored.depth, 24 << 8);
 }
 
 TEST_F(CompressionSettings, TemporalAndDataRateRecordsHaveTheirFieldsInOrder) {
@@ -77,11 +77,11 @@ TEST_F(CompressionSettings, ConvertingThereAndBackGivesTheSameBytes) {
     EXPECT_EQ(
         UQuickTimeAtom::TemporalSettings_BtoN(UQuickTimeAtom::TemporalSettings_NtoB(temporal)),
         temporal);
-    EXPECT_EQ(TWUQuickTimeAtom::temporalSettings_BtoN(temporal).keyFrameRate, 3 << 24);
+    EXPECT_EQ(+TWUQuickTimeAtom::temporalSettings_BtoN(temporal).keyFrameRate, 3 << 24);
     const SCDataRateSettings rate{1, 2, 3, 4};
     EXPECT_EQ(UQuickTimeAtom::DataRateSettings_BtoN(UQuickTimeAtom::DataRateSettings_NtoB(rate)),
               rate);
-    EXPECT_EQ(TWUQuickTimeAtom::dataRateSettings_NtoB(rate).minTemporalQuality, 4u << 24);
+    EXPECT_EQ(+TWUQuickTimeAtom::dataRateSettings_NtoB(rate).minTemporalQuality, 4u << 24);
 }
 
 TEST_F(CompressionSettings, AnInstalledCodecIsCalledByItsOwnName) {
