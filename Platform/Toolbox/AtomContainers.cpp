@@ -98,8 +98,11 @@ OSErr QTNewAtomContainer(QTAtomContainer* container) {
 
 OSErr QTDisposeAtomContainer(QTAtomContainer container) {
     ToolboxCall call("QTDisposeAtomContainer");
-    if (call.faulted())
+    if (call.faulted()) {
+        // A planned failure gives the bytes back all the same: nobody else would.
+        DisposeHandle(container);
         return static_cast<OSErr>(call.status());
+    }
     if (!IsHandleValid(container))
         return call.fail(invalidAtomContainerErr);
     DisposeHandle(container);
