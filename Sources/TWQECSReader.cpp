@@ -125,7 +125,7 @@ std::shared_ptr<TWQECS> TWQECSReader::handedOut(std::shared_ptr<TWQECS> preset) 
     };
     TWQECS* const object = preset.get();
     const std::shared_ptr<TWQECSReader> reader = object->reader();
-    return {std::make_shared<PresetAndReader>(std::move(preset), reader), object};
+    return {std::make_shared<PresetAndReader>(PresetAndReader{std::move(preset), reader}), object};
 }
 
 /// Walks to the end on purpose: of several presets with the name, the last one counts.

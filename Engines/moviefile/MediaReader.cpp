@@ -1,5 +1,6 @@
 // Reading 'mdia'.
 #include "Engines/moviefile/DataReferences.h"
+#include "Engines/moviefile/FirstOfType.h"
 #include "Engines/moviefile/HeaderAtoms.h"
 #include "Engines/moviefile/InputMapAtom.h"
 #include "Engines/moviefile/MediaInformationAtoms.h"
@@ -118,7 +119,7 @@ Status readSamples(const AtomView& atom, const AtomPlace& place, ReadContext& co
 Status readInformation(const AtomView& atom, const AtomPlace& place, ReadContext& context,
                        Media& media) {
     AtomWalker walker(atom.payload(), atom.payloadOffset());
-    bool hasSamples = false;
+    FirstOfType isFirst;
     while (const auto child = walker.next()) {
         const AtomPlace childPlace{&place, child->type};
         Status read;
@@ -129,8 +130,9 @@ Status readInformation(const AtomView& atom, const AtomPlace& place, ReadContext
                 readCombination(*child, place, media);
                 break;
             case fourCharCode("dinf"):
-                if (const auto list = findChild(*child, fourCharCode("dref"));
-                    list && media.dataReferences.empty()) {
+                if (!isFirst(child->type))
+                    break;
+                if (const auto list = findChild(*child, fourCharCode("dref"))) {
                     auto references = readDataReferences(*list, {&childPlace, list->type}, context);
                     if (!references)
                         return references.failure();
@@ -138,9 +140,8 @@ Status readInformation(const AtomView& atom, const AtomPlace& place, ReadContext
                 }
                 break;
             case fourCharCode("stbl"):
-                if (!hasSamples)
+                if (isFirst(child->type))
                     read = readSamples(*child, childPlace, context, media);
-                hasSamples = true;
                 break;
             default:
                 break;
@@ -242,7 +243,7 @@ Expected<std::unique_ptr<Media>> readMedia(const AtomView& atom, const AtomPlace
     auto media = std::make_unique<Media>();
     bool hasHeader = false;
     bool hasHandler = false;
-    bool hasInformation = false;
+    FirstOfType isFirst;
     AtomWalker walker(atom.payload(), atom.payloadOffset());
     while (const auto child = walker.next()) {
         Status read;
@@ -252,12 +253,11 @@ Expected<std::unique_ptr<Media>> readMedia(const AtomView& atom, const AtomPlace
         } else if (child->type == HandlerAtom::type && !hasHandler) {
             hasHandler = true;
             read = readHandler(*child, place, *media);
-        } else if (child->type == fourCharCode("minf") && !hasInformation) {
-            hasInformation = true;
+        } else if (child->type == fourCharCode("minf") && isFirst(child->type)) {
             read = readInformation(*child, {&place, child->type}, context, *media);
-        } else if (child->type == fourCharCode("udta") && media->userData.empty()) {
+        } else if (child->type == fourCharCode("udta") && isFirst(child->type)) {
             media->userData = readUserData(*child, context.itemsLeft);
-        } else if (child->type == fourCharCode("imap") && media->inputMap.empty()) {
+        } else if (child->type == fourCharCode("imap") && isFirst(child->type)) {
             media->inputMap = inputMapContainer(child->payload());
         }
         if (!read)

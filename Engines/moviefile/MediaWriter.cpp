@@ -1,4 +1,6 @@
 // Writing 'mdia'.
+#include <algorithm>
+
 #include "Engines/moviefile/DataReferences.h"
 #include "Engines/moviefile/HeaderAtoms.h"
 #include "Engines/moviefile/InputMapAtom.h"
@@ -18,6 +20,9 @@ constexpr FourCharCode kSound = fourCharCode("soun");
 constexpr FourCharCode kTimecode = fourCharCode("tmcd");
 constexpr FourCharCode kText = fourCharCode("text");
 constexpr FourCharCode kBaseHeader = fourCharCode("gmhd");
+// A list of data references: version and flags, the count, then the entries.
+constexpr std::size_t kReferenceCountOffset = 4;
+constexpr std::size_t kReferenceListHeadInBytes = 8;
 
 void writeHeader(WriteContext& context, const Media& media, const MediaOrigin* origin,
                  const AtomView* original) {
@@ -116,33 +121,51 @@ void writeReference(AtomSink& sink, const DataReference& reference) {
     sink.bytes(reference.data);
 }
 
-/// 'dref': entries that are still the same go out as they came in.
+bool isSameReference(const AtomView& entry, const DataReference& reference) {
+    const auto fields = readFields<FullAtomHead>(entry, {nullptr, entry.type});
+    return fields && entry.type == reference.type && fields->atom.flags == reference.flags &&
+           fields->rest == reference.data;
+}
+
+bool listsTheSame(const SharedBytes& list, const std::vector<DataReference>& references) {
+    if (list.size() < kReferenceListHeadInBytes ||
+        loadBigEndian<std::uint32_t>(list.data() + kReferenceCountOffset) != references.size())
+        return false;
+    AtomWalker walker(list.part(kReferenceListHeadInBytes), 0);
+    return std::all_of(references.begin(), references.end(), [&](const DataReference& reference) {
+        const auto entry = walker.next();
+        return entry && isSameReference(*entry, reference);
+    });
+}
+
+/// 'dref': entries that are still the same go out as they came in, and so does a list of which
+/// nothing changed, whatever follows its entries.
 void writeDataReferences(WriteContext& context, const Media& media, const AtomView* original) {
     std::vector<DataReference> references = media.dataReferences;
-    if (references.empty())
-        references.push_back(makeSelfReference());
     if (context.options.mapDataReference) {
         for (DataReference& reference : references)
             reference = context.options.mapDataReference(reference);
     }
+    if (original && listsTheSame(original->payload(), references)) {
+        context.sink.bytes(original->bytes);
+        return;
+    }
+    if (references.empty())
+        references.push_back(makeSelfReference());
     std::vector<std::byte> payload;
     AtomSink sink(payload);
-    constexpr std::size_t kHeadInBytes = 4;
-    constexpr std::size_t kListInBytes = 8;
-    if (original && original->payload().size() >= kListInBytes)
-        sink.bytes(original->payload().part(0, kHeadInBytes));
+    if (original && original->payload().size() >= kReferenceListHeadInBytes)
+        sink.bytes(original->payload().part(0, kReferenceCountOffset));
     else
         sink.fields(FullAtomHead());
     std::array<std::byte, 4> count;
     storeBigEndian(count.data(), static_cast<std::uint32_t>(references.size()));
     sink.bytes(count);
-    AtomWalker walker(original ? original->payload().part(kListInBytes) : SharedBytes(), 0);
+    AtomWalker walker(
+        original ? original->payload().part(kReferenceListHeadInBytes) : SharedBytes(), 0);
     for (const DataReference& reference : references) {
         const auto entry = walker.next();
-        const auto fields = entry ? readFields<FullAtomHead>(*entry, {nullptr, entry->type})
-                                  : result::Expected<Parsed<FullAtomHead>>(result::Failure{});
-        if (fields && entry->type == reference.type && fields->atom.flags == reference.flags &&
-            fields->rest == reference.data)
+        if (entry && isSameReference(*entry, reference))
             sink.bytes(entry->bytes);
         else
             writeReference(sink, reference);

@@ -2,6 +2,7 @@
 
 #include "Engines/moviefile/AtomTypes.h"
 #include "Engines/moviefile/CompressedMovie.h"
+#include "Engines/moviefile/FirstOfType.h"
 #include "Engines/moviefile/FragmentReader.h"
 #include "Engines/moviefile/HeaderAtoms.h"
 #include "Engines/moviefile/Origins.h"
@@ -48,9 +49,10 @@ Status readHeader(const AtomView& movieAtom, const AtomPlace& parent, Movie& mov
 
 Status readChildren(const AtomView& atom, const AtomPlace& place, ReadContext& context,
                     Movie& movie) {
+    FirstOfType isFirst;
     AtomWalker walker(atom.payload(), atom.payloadOffset());
     while (const auto child = walker.next()) {
-        if (child->type == fourCharCode("udta") && movie.userData.empty()) {
+        if (child->type == fourCharCode("udta") && isFirst(child->type)) {
             movie.userData = readUserData(*child, context.itemsLeft);
         } else if (child->type == fourCharCode("trak")) {
             if (movie.tracks.size() == kGreatestTrackCount) {

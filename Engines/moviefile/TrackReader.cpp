@@ -1,4 +1,5 @@
 // Reading 'trak'.
+#include "Engines/moviefile/FirstOfType.h"
 #include "Engines/moviefile/HeaderAtoms.h"
 #include "Engines/moviefile/InputMapAtom.h"
 #include "Engines/moviefile/Origins.h"
@@ -21,6 +22,7 @@ struct Findings {
     std::int64_t statedDuration = -1;
     SharedBytes inputMap;
     bool hasHeader = false;
+    FirstOfType isFirst;
 };
 
 Status readHeader(const AtomView& atom, const AtomPlace& parent, Track& track, Findings& findings) {
@@ -50,11 +52,12 @@ Status readChild(const AtomView& child, const AtomPlace& place, ReadContext& con
         case TrackHeaderAtom::type:
             return findings.hasHeader ? Status() : readHeader(child, place, track, findings);
         case fourCharCode("edts"): {
+            if (!findings.isFirst(child.type))
+                return {};
             auto edits = readEdits(child, childPlace, context);
             if (!edits)
                 return edits.failure();
-            if (track.edits.empty())
-                track.edits = std::move(*edits);
+            track.edits = std::move(*edits);
             return {};
         }
         case fourCharCode("mdia"): {
@@ -67,25 +70,26 @@ Status readChild(const AtomView& child, const AtomPlace& place, ReadContext& con
             return {};
         }
         case fourCharCode("tref"):
-            if (track.references.empty())
+            if (findings.isFirst(child.type))
                 track.references = readTrackReferences(child, context.itemsLeft);
             return {};
         case PreloadAtom::type:
-            if (const auto preload = readFields<PreloadAtom>(child, childPlace);
-                preload && !track.preload)
+            if (!findings.isFirst(child.type))
+                return {};
+            if (const auto preload = readFields<PreloadAtom>(child, childPlace))
                 track.preload = timeline::Preload{preload->atom.startTime, preload->atom.duration,
                                                   preload->atom.flags, preload->atom.hints};
             return {};
         case fourCharCode("tapt"):
-            if (track.aperture.empty())
+            if (findings.isFirst(child.type))
                 track.aperture = readApertureDimensions(child);
             return {};
         case fourCharCode("udta"):
-            if (track.userData.empty())
+            if (findings.isFirst(child.type))
                 track.userData = readUserData(child, context.itemsLeft);
             return {};
         case fourCharCode("imap"):
-            if (findings.inputMap.empty())
+            if (findings.isFirst(child.type))
                 findings.inputMap = inputMapContainer(child.payload());
             return {};
         default:

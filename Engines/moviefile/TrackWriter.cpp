@@ -68,8 +68,13 @@ void writeEdits(WriteContext& context, const Track& track, const TrackOrigin* or
 }
 
 void writePreload(WriteContext& context, const Track& track, const AtomView* original) {
-    if (!track.preload)
+    if (!track.preload) {
+        const bool wasUnreadable =
+            original && !readFields<PreloadAtom>(*original, {nullptr, original->type});
+        if (wasUnreadable)
+            context.sink.bytes(original->bytes);
         return;
+    }
     putChanged<PreloadAtom>(context.sink, original, [&](PreloadAtom& atom) {
         atom.startTime = track.preload->startTime;
         atom.duration = track.preload->duration;

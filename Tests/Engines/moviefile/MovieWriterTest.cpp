@@ -118,6 +118,17 @@ TEST(MovieWriter, StrangeAtomsAndStrayBytesStayWhereTheyAre) {
     EXPECT_TRUE(write(*read(strangeMovie())) == strangeMovie());
 }
 
+TEST(MovieWriter, AnEmptyListOfReferencesKeepsTheBytesBehindIt) {
+    const Bytes references =
+        atom("dref", joined({u32(0), u32(0), atom("url ", u32(1)), bytesOf("tail")}));
+    const Bytes information =
+        atom("minf", joined({atom("vmhd", joined({u32(1), zeros(8)})), atom("dinf", references),
+                             atom("stbl", zeros(0))}));
+    const Bytes bare =
+        movie(track({}, {}, atom("mdia", joined({mediaHeader(), handler("vide"), information}))));
+    EXPECT_TRUE(write(*read(bare)) == bare);
+}
+
 TEST(MovieWriter, AChangedHeaderFieldChangesOnlyThatHeader) {
     const auto movie = read(strangeMovie());
     movie->posterTime = 7;
