@@ -228,6 +228,7 @@ Expected<std::unique_ptr<SoundMixer>> SoundMixer::open(const timeline::Movie& mo
                                                        const timeline::Track* onlyTrack) {
     std::unique_ptr<SoundMixer> mixer(new SoundMixer());
     mixer->format_ = format;
+    mixer->origin_ = start.nearestIn(std::int64_t(format.sampleRate));
     std::optional<Failure> firstFailure;
     for (const auto& track : movie.tracks) {
         const bool wanted = onlyTrack ? track.get() == onlyTrack : track->enabled();

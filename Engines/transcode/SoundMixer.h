@@ -33,6 +33,9 @@ class SoundMixer {
 
     /// Replaces the contents by the next frames, interleaved; silence after the movie's end.
     result::Status mix(std::size_t frames, std::vector<float>& samples);
+    /// The next mix() begins there.
+    /// @param frame  counted, at the mixer's rate, from the movie's beginning
+    void seek(std::int64_t frame) { position_ = frame - origin_; }
 
   private:
     class Voice;
@@ -40,6 +43,7 @@ class SoundMixer {
 
     codec::SoundFormat format_;
     std::vector<std::unique_ptr<Voice>> voices_;
+    std::int64_t origin_ = 0;
     std::int64_t position_ = 0;
     std::vector<float> voiceSamples_;
 };
