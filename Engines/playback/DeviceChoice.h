@@ -20,6 +20,8 @@ namespace TWQuickTime::playback {
 struct DeviceChoice {
     /// Tried in this order; the first one that becomes ready plays.
     std::vector<DeviceFactory> inOrder;
+    /// Whether to look for the devices again after none came or the one that played disappeared.
+    bool isLookedForAgain = true;
 
     /// The sound server's default sink, then the default device of bare hardware.
     static DeviceChoice best();

@@ -43,7 +43,7 @@
 // time.
 //
 // Threads. requestOpen(), start(), stop(), pump() and destruction belong to one thread at a time
-// (the player's); state(), failure(), format() and progress() may be called from any thread.
+// (the player's); all others may be called from any thread.
 // Destruction stops, and waits for the device's own thread.
 #pragma once
 
@@ -75,7 +75,7 @@ enum class DeviceState { opening, ready, gone };
 struct DeviceProgress {
     std::int64_t framesTaken = 0;
     /// At most framesTaken, at least 0.
-    double framesHeard = 0;
+    std::int64_t framesHeard = 0;
 };
 
 class OutputDevice {
@@ -98,8 +98,10 @@ class OutputDevice {
     virtual void stop() = 0;
     virtual DeviceProgress progress() const = 0;
 
-    /// Takes what has come due, for devices without a thread.
-    virtual void pump() {}
+    /// Whether it has no thread of its own and lives on pump().
+    virtual bool isPumped() const { return false; }
+    /// Takes what comes due within so long from now.
+    virtual void pump(std::int64_t /*aheadInNanoseconds*/) {}
     /// False for devices that only ever skip: nothing need be decoded for them.
     virtual bool isListening() const { return true; }
 };

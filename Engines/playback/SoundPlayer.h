@@ -37,8 +37,7 @@
 // thread of their own: silent, file and test devices.
 //
 // The movie must outlive the player. Its tracks, edits, sample tables and settings must not change
-// meanwhile: who edits it makes a new player. Reading it from the owner's thread at the same time
-// is fine as long as its sample tables are only asked through objects of their own.
+// meanwhile: who edits it makes a new player. To read it at the same time is fine.
 #pragma once
 
 #include <cstdint>
