@@ -6,6 +6,10 @@
 #include <cstdio>
 #include <cstdlib>
 
+bool TWQuickTime::lazyload::isInstalled(const char* soname) {
+    return dlopen(soname, RTLD_LAZY | RTLD_LOCAL) != nullptr;
+}
+
 extern "C" void* twqtResolveLazyCall(const TWQuickTime::lazyload::LazyLibrary* library,
                                      std::uint32_t functionIndex) {
     // Asking again for a loaded library is cheap, and is the loader's own lock.

@@ -1,7 +1,9 @@
 // A shared library that is loaded at the first call of one of its functions.
 //
-// The records are made by the build, together with a trampoline for each function; nothing else
-// uses this header.
+// The records are made by the build, together with a trampoline for each function. Whoever can do
+// without a library asks first whether it is there:
+//
+//     if (!lazyload::isInstalled("libpulse.so.0")) return …;
 #pragma once
 
 #include <cstdint>
@@ -13,6 +15,10 @@ struct LazyLibrary {
     const char* const* functionNames;  ///< one for each trampoline
     void** functions;                  ///< the real functions, null until they are first called
 };
+
+/// Whether the library can be loaded; loads it. Any thread.
+/// @param soname  the name in its file, as "libpulse.so.0"
+bool isInstalled(const char* soname);
 
 }  // namespace TWQuickTime::lazyload
 

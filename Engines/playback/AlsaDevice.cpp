@@ -11,7 +11,7 @@
 #include <mutex>
 #include <thread>
 
-#include "Engines/lazyload/LibraryPresence.h"
+#include "Engines/lazyload/LazyLibrary.h"
 #include "Engines/playback/Clock.h"
 #include "Engines/timeline/Rescale.h"
 
@@ -29,7 +29,7 @@ constexpr unsigned kPeriodInMicroseconds = 10'000;
 constexpr int kLongestWaitInMilliseconds = 100;
 
 bool isLibraryThere() {
-    return lazyload::canLoad("libasound.so.2");
+    return lazyload::isInstalled("libasound.so.2");
 }
 
 /// The library prints its failures; they are reported as values here.

@@ -8,7 +8,7 @@
 #include <cmath>
 #include <mutex>
 
-#include "Engines/lazyload/LibraryPresence.h"
+#include "Engines/lazyload/LazyLibrary.h"
 
 namespace TWQuickTime::playback {
 
@@ -25,7 +25,7 @@ constexpr double kMicrosecondsPerSecond = 1e6;
 constexpr auto kLongestListing = std::chrono::milliseconds(500);
 
 bool isLibraryThere() {
-    return lazyload::canLoad("libpulse.so.0");
+    return lazyload::isInstalled("libpulse.so.0");
 }
 
 struct MainLoopLock {

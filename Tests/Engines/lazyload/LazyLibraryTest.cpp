@@ -4,6 +4,8 @@
 
 extern "C" {
 #include <libavutil/avstring.h>
+#include <libavutil/avutil.h>
+#include <libavutil/macros.h>
 #include <libavutil/mathematics.h>
 #include <libavutil/mem.h>
 }
@@ -11,6 +13,8 @@ extern "C" {
 #include <string>
 #include <thread>
 #include <vector>
+
+#include "Engines/lazyload/LazyLibrary.h"
 
 namespace {
 
@@ -25,6 +29,12 @@ TEST(LazyLibrary, IsLoadedByTheFirstCallAndNotBefore) {
     EXPECT_TRUE(isLoaded("libmagic.so.1"));
 }
 #endif
+
+TEST(LazyLibrary, TellsWhetherALibraryIsThere) {
+    EXPECT_TRUE(
+        TWQuickTime::lazyload::isInstalled("libavutil.so." AV_STRINGIFY(LIBAVUTIL_VERSION_MAJOR)));
+    EXPECT_FALSE(TWQuickTime::lazyload::isInstalled("libthatnobodyhas.so.1"));
+}
 
 TEST(LazyLibrary, PassesIntegersReferencesAndResults) {
     EXPECT_EQ(av_rescale_rnd(7, 3, 2, AV_ROUND_UP), 11);
