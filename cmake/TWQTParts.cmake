@@ -33,6 +33,13 @@ function(twqt_add_part NAME)
     set_property(GLOBAL APPEND PROPERTY TWQT_PARTS ${NAME})
 endfunction()
 
+# twqt_sanitizer_defaults(PROGRAM): in sanitized builds, the options and suppressions of all programs.
+function(twqt_sanitizer_defaults PROGRAM)
+    if(TWQT_SANITIZE)
+        target_sources(${PROGRAM} PRIVATE ${CMAKE_SOURCE_DIR}/Tests/Sanitizers/SanitizerDefaults.cpp)
+    endif()
+endfunction()
+
 # twqt_add_tests(NAME LINK targets…): every .cpp below the current folder as one GoogleTest
 # program, each of its tests known to ctest by name.
 function(twqt_add_tests NAME)
@@ -46,8 +53,8 @@ function(twqt_add_tests NAME)
     if(TWQT_SANITIZE)
         # The tests' own code need not be fast, and GoogleTest's macros are slow to optimise.
         target_compile_options(${NAME} PRIVATE -O0)
-        target_sources(${NAME} PRIVATE ${CMAKE_SOURCE_DIR}/Tests/Sanitizers/LeakSuppressions.cpp)
     endif()
-    gtest_discover_tests(${NAME} NO_PRETTY_VALUES DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120 
-        PROPERTIES TIMEOUT 300 ENVIRONMENT "ASAN_OPTIONS=allocator_may_return_null=1;TSAN_OPTIONS=allocator_may_return_null=1")
+    twqt_sanitizer_defaults(${NAME})
+    gtest_discover_tests(${NAME} NO_PRETTY_VALUES DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120
+        PROPERTIES TIMEOUT 300)
 endfunction()
