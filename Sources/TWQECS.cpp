@@ -129,6 +129,10 @@ void TWQECS::setExportError(const NSError& exportError) {
     _exportError = exportError;
 }
 
+void TWQECS::setExportRecord(TWQECSExportRecord exportRecord) {
+    _exportRecord = std::move(exportRecord);
+}
+
 void TWQECS::setQECSDict(const NSDictionary& QECSDict) {
     _QECSDict = QECSDict;
 }
@@ -155,6 +159,10 @@ OSStatus TWQECS::customizeComponentSettingsWithComponentDialogForMovie(Movie) {
 
 bool TWQECS::isInstalled() {
     return false;
+}
+
+ComponentInstallationFault TWQECS::installationFault() const {
+    return {};
 }
 
 bool TWQECS::isThreadSafe() {

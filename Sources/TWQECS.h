@@ -15,10 +15,12 @@
 #include <functional>
 #include <memory>
 
+#include "ComponentInstallationFault.h"
 #include "NSError.h"
 #include "NSObject.h"
 #include "NSString.h"
 #include "PropertyListValue.h"
+#include "TWQECSExportRecord.h"
 #include "TWQTExport.h"
 #include "ToolboxTypes.h"
 
@@ -101,6 +103,8 @@ class TWQT_EXPORT TWQECS : public NSObject {
     /// Why the last export failed; nil for none.
     const NSError& exportError() const { return _exportError; }
     void setExportError(const NSError& exportError);
+    /// What happened in the last export, whether it succeeded or not; no steps before the first.
+    const TWQECSExportRecord& exportRecord() const { return _exportRecord; }
     /// The entry.
     const NSDictionary& QECSDict() const { return _QECSDict; }
     void setQECSDict(const NSDictionary& QECSDict);
@@ -124,6 +128,8 @@ class TWQT_EXPORT TWQECS : public NSObject {
     /// @return status of the toolbox       (customizeComponentSettingsWithComponentDialogForMovie:)
     virtual OSStatus customizeComponentSettingsWithComponentDialogForMovie(Movie movie);
     virtual bool isInstalled();
+    /// What was missing when isInstalled() was asked last; none before.
+    virtual ComponentInstallationFault installationFault() const;
     virtual bool isThreadSafe();
     /// (usesExportComponentWithSubtype:manufacturer:)
     virtual bool usesExportComponentWithSubtype(OSType subtype, OSType manufacturer);
@@ -139,6 +145,7 @@ class TWQT_EXPORT TWQECS : public NSObject {
     virtual void setExportedMovieFrameRate(double frameRate);
 
   protected:
+    void setExportRecord(TWQECSExportRecord exportRecord);
     const KeyValueTable& keyValueTable() const override;
     /// What every initialiser does; false for a nil dictionary.
     bool fillWith(const NSDictionary& dictionary, const std::shared_ptr<TWQECSReader>& reader);
@@ -163,6 +170,7 @@ class TWQT_EXPORT TWQECS : public NSObject {
     std::weak_ptr<TWQECSReader> _reader;
     NSError _exportError;
     NSDictionary _QECSDict;
+    TWQECSExportRecord _exportRecord;
 };
 
 /// How the kinds of presets enter themselves in ClassRegistry, each under its class's name.

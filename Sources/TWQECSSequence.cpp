@@ -92,47 +92,75 @@ void TWQECSSequence::loadSteps() {
     if (QECSDict() && presets) {
         _isResolving = true;
         ++sequencesResolving;
-        std::optional<Steps> resolved = resolvedSteps(*presets);
+        Resolution resolved = resolution(*presets);
         --sequencesResolving;
         _isResolving = false;
-        if (resolved)
-            _steps = std::move(resolved);
+        if (resolved.steps) {
+            _steps = std::move(resolved.steps);
+            _stepChoices = std::move(resolved.choices);
+        }
     }
     setReader(nullptr);
 }
 
-std::optional<TWQECSSequence::Steps> TWQECSSequence::resolvedSteps(
-    const TWQECSReader& reader) const {
-    const auto usable = [](const std::shared_ptr<TWQECS>& setting) {
-        return setting && setting->nestingDepth() < kDeepestNesting;
-    };
+bool TWQECSSequence::isNestedTooDeeply(TWQECS& setting) {
+    return setting.nestingDepth() >= kDeepestNesting;
+}
+
+TWQECSSequence::Resolution TWQECSSequence::resolution(const TWQECSReader& reader) const {
     const NSArray list = objectForKey(TWQECSFormatSequenceStepList).arrayValue();
     if (list.count() == 0) {
         std::shared_ptr<TWQECS> setting = settingOf(reader, identifier());
-        return usable(setting) ? std::optional(Steps{std::move(setting)}) : std::nullopt;
+        if (!setting || isNestedTooDeeply(*setting))
+            return {};
+        return {Steps{std::move(setting)}, {{.used = identifier()}}};
     }
-    const auto firstInstalled = [&](const NSArray& fallbacks) -> std::shared_ptr<TWQECS> {
-        for (const PropertyListValue& fallback : fallbacks) {
-            std::shared_ptr<TWQECS> setting = settingOf(
-                reader,
-                fallback.dictionaryValue().objectForKey(TWQECSFormatSequenceStepFallbackSettingID));
-            if (usable(setting) && setting->isInstalled())
-                return setting;
-        }
-        return nullptr;
-    };
-    Steps steps;
+    Resolution resolved{Steps(), {}};
     for (const PropertyListValue& step : list) {
         const NSArray fallbacks =
             step.dictionaryValue().objectForKey(TWQECSFormatSequenceStepFallbackList).arrayValue();
         if (fallbacks.count() == 0)
             continue;
-        std::shared_ptr<TWQECS> setting = firstInstalled(fallbacks);
+        TWQECSExportStep& choice = resolved.choices.emplace_back();
+        std::shared_ptr<TWQECS> setting = firstInstalled(reader, fallbacks, choice);
         if (!setting)
-            return Steps();
-        steps.push_back(std::move(setting));
+            return {Steps(), std::move(resolved.choices)};
+        resolved.steps->push_back(std::move(setting));
     }
-    return steps;
+    return resolved;
+}
+
+std::shared_ptr<TWQECS> TWQECSSequence::firstInstalled(const TWQECSReader& reader,
+                                                       const NSArray& fallbacks,
+                                                       TWQECSExportStep& choice) {
+    for (const PropertyListValue& fallback : fallbacks) {
+        const PropertyListValue identifier =
+            fallback.dictionaryValue().objectForKey(TWQECSFormatSequenceStepFallbackSettingID);
+        const auto reject = [&](const NSString& reason, OSStatus status) {
+            choice.rejected.push_back({identifier, reason, status});
+        };
+        std::shared_ptr<TWQECS> setting = settingOf(reader, identifier);
+        if (!identifier) {
+            reject("no identifier", paramErr);
+        } else if (!setting) {
+            reject("not in the preset file", fnfErr);
+        } else if (isNestedTooDeeply(*setting)) {
+            reject("nested too deeply", paramErr);
+        } else if (setting->isInstalled()) {
+            choice.used = identifier;
+            return setting;
+        } else if (const ComponentInstallationFault fault = setting->installationFault()) {
+            reject(fault.description(), fault.status);
+        } else {
+            reject("not installed", badComponentType);
+        }
+    }
+    return nullptr;
+}
+
+const std::vector<TWQECSExportStep>& TWQECSSequence::stepChoices() {
+    steps();
+    return _stepChoices;
 }
 
 std::shared_ptr<TWQECS> TWQECSSequence::lastStep() {
@@ -168,6 +196,15 @@ bool TWQECSSequence::everyStep(bool (TWQECS::*answer)()) {
 
 bool TWQECSSequence::isInstalled() {
     return everyStep(&TWQECS::isInstalled);
+}
+
+ComponentInstallationFault TWQECSSequence::installationFault() const {
+    if (!_steps || _steps->empty())
+        return {ComponentInstallationFault::Kind::stepWithoutPreset, badComponentType};
+    for (const std::shared_ptr<TWQECS>& step : *_steps)
+        if (const ComponentInstallationFault fault = step->installationFault())
+            return fault;
+    return {};
 }
 
 bool TWQECSSequence::isThreadSafe() {

@@ -43,6 +43,10 @@ class TWQT_EXPORT TWQECSSequence : public TWQECS {
     /// Resolves the steps and lets go of the reader. A sequence without steps stands for the
     /// setting of the same identifier; a step without fallbacks is left out.
     void loadSteps();
+    /// How the steps were chosen, without outputs: of every step with fallbacks the setting that
+    /// it uses and those that it passes over. When the last one uses nothing there are no steps to
+    /// export with. Resolves the steps if need be.
+    const std::vector<TWQECSExportStep>& stepChoices();
     /// The step that is being exported; null for none.
     std::shared_ptr<TWQECS> activeStep() const { return _activeStep.lock(); }
     /// Null without steps.
@@ -73,6 +77,8 @@ class TWQT_EXPORT TWQECSSequence : public TWQECS {
     OSStatus customizeComponentSettingsWithComponentDialogForMovie(Movie movie) override;
     /// Whether there are steps and all of them are installed.
     bool isInstalled() override;
+    /// That of the first step that has one; the step that has no installed fallback is one too.
+    ComponentInstallationFault installationFault() const override;
     /// Whether there are steps and all of them are thread-safe.
     bool isThreadSafe() override;
     /// Whether any step does.
@@ -91,7 +97,16 @@ class TWQT_EXPORT TWQECSSequence : public TWQECS {
     void readerOwnsThis() override;
     bool needsItsReader() const override;
     int nestingDepth() override;
-    std::optional<Steps> resolvedSteps(const TWQECSReader& reader) const;
+    /// The steps, and how they came about.
+    struct Resolution {
+        std::optional<Steps> steps;
+        std::vector<TWQECSExportStep> choices;
+    };
+    Resolution resolution(const TWQECSReader& reader) const;
+    static std::shared_ptr<TWQECS> firstInstalled(const TWQECSReader& reader,
+                                                  const NSArray& fallbacks,
+                                                  TWQECSExportStep& choice);
+    static bool isNestedTooDeeply(TWQECS& setting);
     bool everyStep(bool (TWQECS::*answer)());
     bool exportStep(const std::shared_ptr<TWQECS>& step, Movie movie, const NSString& toFilePath,
                     TimeValue fromStartTime, TimeValue withDuration, NSError* error);
@@ -99,6 +114,7 @@ class TWQT_EXPORT TWQECSSequence : public TWQECS {
     std::shared_ptr<TWQECSReader> _ownedReader;
     std::weak_ptr<TWQECS> _activeStep;
     std::optional<Steps> _steps;
+    std::vector<TWQECSExportStep> _stepChoices;
     bool _isResolving = false;
 };
 

@@ -58,6 +58,7 @@ bool TWQECSSequence::exportMovie(Movie movie, const NSString& toFilePath, TimeVa
                                  TimeValue withDuration, NSError* error) {
     _activeStep.reset();
     const Steps toRun = steps() ? *steps() : Steps();
+    TWQECSExportRecord record{stepChoices()};
     bool result = false;
     NSString previousOutput;
     for (std::size_t i = 0; i < toRun.size(); ++i) {
@@ -72,10 +73,13 @@ bool TWQECSSequence::exportMovie(Movie movie, const NSString& toFilePath, TimeVa
             result = exportStep(toRun[i], input.movie(), output, 0, GetMovieDuration(input.movie()),
                                 error);
         }
+        record.steps[i].output = output;
+        record.steps[i].succeeded = result;
         if (!result)
             break;
         previousOutput = output;
     }
+    setExportRecord(std::move(record));
     return result;
 }
 

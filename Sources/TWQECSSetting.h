@@ -82,6 +82,7 @@ class TWQT_EXPORT TWQECSSetting : public TWQECS {
 
     bool componentHasUserInterface() override;
     bool isInstalled() override;
+    ComponentInstallationFault installationFault() const override { return _installationFault; }
     bool isThreadSafe() override;
     bool usesExportComponentWithSubtype(OSType subtype, OSType manufacturer) override;
     NSString exportedMovieFileExtension() override;
@@ -108,9 +109,13 @@ class TWQT_EXPORT TWQECSSetting : public TWQECS {
                                  float percentDone);
 
   private:
+    OSErr exportWith(ComponentInstance instance, Movie movie, const NSString& toFilePath,
+                     TimeValue fromStartTime, TimeValue withDuration);
+
     Component _component = nullptr;
     ComponentInstance _componentInstance = nullptr;
     NSData _defaultExporterComponentSetting;
+    ComponentInstallationFault _installationFault;
 };
 
 /// Progress procedure of exports with a preset.

@@ -22,6 +22,8 @@ bool refuse(NSError* error, std::int32_t code) {
 
 bool TWQECSSetting::exportMovie(Movie movie, const NSString& toFilePath, TimeValue fromStartTime,
                                 TimeValue withDuration, NSError* error) {
+    TWQECSExportStep step{.used = identifier()};
+    setExportRecord({{step}});
     if (!movie) {
         TWLog("Movie not specified...");
         return refuse(error, TWQECSNoMovieError);
@@ -39,17 +41,10 @@ bool TWQECSSetting::exportMovie(Movie movie, const NSString& toFilePath, TimeVal
         TWLog("Export component not installed...");
         return refuse(error, TWQECSNotInstalledError);
     }
-    OSErr status = kStopped;
-    if (NSFileManager::defaultManager().createFileAtPath(toFilePath, nullptr, nullptr)) {
-        FSSpec file;
-        FilePathToFSSpec(toFilePath, &file);
-        MovieExportSetProgressProc(instance, ExportMovieProgressProc,
-                                   reinterpret_cast<std::intptr_t>(this));
-        // The first place is the destination's, on purpose.
-        TWLog("Exporting movie:%@ using QECS:%@...", toFilePath, identifier());
-        status = static_cast<OSErr>(
-            MovieExportToFile(instance, &file, movie, nullptr, fromStartTime, withDuration));
-    }
+    const OSErr status = exportWith(instance, movie, toFilePath, fromStartTime, withDuration);
+    step.output = toFilePath;
+    step.succeeded = status == noErr;
+    setExportRecord({{std::move(step)}});
     if (status != noErr && error) {
         // An error of an earlier export may be handed back here: it is not cleared, on purpose.
         *error = status == kStopped ? exportError()
@@ -59,6 +54,20 @@ bool TWQECSSetting::exportMovie(Movie movie, const NSString& toFilePath, TimeVal
     // Said also of an export that failed when nobody asked for the error, on purpose.
     TWLog("Export done.");
     return status == noErr;
+}
+
+OSErr TWQECSSetting::exportWith(ComponentInstance instance, Movie movie, const NSString& toFilePath,
+                                TimeValue fromStartTime, TimeValue withDuration) {
+    if (!NSFileManager::defaultManager().createFileAtPath(toFilePath, nullptr, nullptr))
+        return kStopped;
+    FSSpec file;
+    FilePathToFSSpec(toFilePath, &file);
+    MovieExportSetProgressProc(instance, ExportMovieProgressProc,
+                               reinterpret_cast<std::intptr_t>(this));
+    // The first place is the destination's, on purpose.
+    TWLog("Exporting movie:%@ using QECS:%@...", toFilePath, identifier());
+    return static_cast<OSErr>(
+        MovieExportToFile(instance, &file, movie, nullptr, fromStartTime, withDuration));
 }
 
 OSErr TWQECSSetting::exportCallbackForMovie(Movie movie, std::int16_t message,

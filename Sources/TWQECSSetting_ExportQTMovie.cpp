@@ -18,6 +18,8 @@ std::shared_ptr<TWQECSExportDelegate> asExportDelegate(
 
 bool TWQECSSetting::exportQTMovie(const std::shared_ptr<QTMovie>& movie, const NSString& toFilePath,
                                   NSError* error) {
+    TWQECSExportStep step{.used = identifier()};
+    setExportRecord({{step}});
     if (!movie)
         return false;
     NSDictionary attributes{{QTMovieExport, true},
@@ -46,6 +48,9 @@ bool TWQECSSetting::exportQTMovie(const std::shared_ptr<QTMovie>& movie, const N
     movie->setDelegate(moviesOwn);
     if (standIn)
         setExportDelegate(nullptr);
+    step.output = toFilePath;
+    step.succeeded = result;
+    setExportRecord({{std::move(step)}});
     return result;
 }
 

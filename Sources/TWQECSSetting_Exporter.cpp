@@ -105,7 +105,8 @@ bool TWQECSSetting::isThreadSafe() {
 
 bool TWQECSSetting::isInstalled() {
     return TWUQuickTimeComponent::isComponentInstalledWithType(
-        componentType(), componentSupType(), componentManufacturer(), componentSettingsAtomData());
+        componentType(), componentSupType(), componentManufacturer(), componentSettingsAtomData(),
+        &_installationFault);
 }
 
 NSString TWQECSSetting::componentName() {

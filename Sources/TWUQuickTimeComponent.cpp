@@ -116,9 +116,10 @@ bool TWUQuickTimeComponent::isComponentThreadSafe(OSType componentType,
 
 bool TWUQuickTimeComponent::isComponentInstalledWithType(OSType type, OSType subType,
                                                          OSType manufacturer,
-                                                         const NSData& withComponentData) {
-    return UQuickTimeComponent::IsComponentInstalled(type, subType, manufacturer,
-                                                     withComponentData);
+                                                         const NSData& withComponentData,
+                                                         ComponentInstallationFault* fault) {
+    return UQuickTimeComponent::IsComponentInstalled(type, subType, manufacturer, withComponentData,
+                                                     fault);
 }
 
 Component TWUQuickTimeComponent::findComponentForType(OSType type, OSType subType,

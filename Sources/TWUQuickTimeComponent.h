@@ -7,6 +7,7 @@
 // Takes no lock; meant for the main thread.
 #pragma once
 
+#include "ComponentInstallationFault.h"
 #include "Components.h"
 #include "NSData.h"
 #include "NSString.h"
@@ -45,8 +46,10 @@ class TWQT_EXPORT TWUQuickTimeComponent {
     static bool isComponentThreadSafe(OSType componentType, OSType withComponentSubType);
 
     /// (isComponentInstalledWithType:subType:manufacturer:withComponentData:)
+    /// @param fault  told what is missing; may be null
     static bool isComponentInstalledWithType(OSType type, OSType subType, OSType manufacturer,
-                                             const NSData& withComponentData);
+                                             const NSData& withComponentData,
+                                             ComponentInstallationFault* fault = nullptr);
     /// (findComponentForType:subType:manufacturer:flags:flagsMask:)
     static Component findComponentForType(OSType type, OSType subType, OSType manufacturer,
                                           std::uint32_t flags, std::uint32_t flagsMask);

@@ -22,40 +22,47 @@ Component findComponent(OSType type, OSType subType, OSType manufacturer, std::u
     return component;
 }
 
+using Fault = ComponentInstallationFault;
+
 /// Whether the exporter's own settings name only codecs that exist.
-bool codecsExist(QTAtomContainer container) {
+Fault faultOfCodecs(QTAtomContainer container) {
     const SCSpatialSettings video =
         UQuickTimeAtom::GetSpatialSettingsFromAtomContainer(container, true);
     if (video.codecType != 0) {
         CodecInfo info;
-        if (GetCodecInfo(&info, video.codecType, nullptr) != noErr)
-            return false;
+        const OSErr status = GetCodecInfo(&info, video.codecType, nullptr);
+        if (status != noErr)
+            return {Fault::Kind::videoCodec, status, video.codecType};
     }
     std::uint8_t sound[4] = {};
     if (!UQuickTimeAtom::GetDataFromAtomContainer(container, scSoundCompressionType, sound,
                                                   sizeof sound, 0, 0))
-        return true;
+        return {};
     const OSType soundType =
         OSType{sound[0]} << 24 | OSType{sound[1]} << 16 | OSType{sound[2]} << 8 | sound[3];
     std::uint8_t name[256] = {};
-    return GetCompressionName(soundType, name) == noErr;
+    const OSErr status = GetCompressionName(soundType, name);
+    if (status != noErr)
+        return {Fault::Kind::soundCompressor, status, soundType};
+    return {};
 }
 
 /// Whether the open exporter takes the settings and finds all that they need.
-bool acceptsSettings(ComponentInstance instance, const NSData& settings) {
+Fault faultOfSettings(ComponentInstance instance, const NSData& settings) {
     OSErr status = UQuickTimeComponent::SetComponentSettings(instance, settings);
     TWLogError(status, "SetExporterSettings", kSourceFile, 125);
     if (status != noErr)
-        return false;
+        return {Fault::Kind::settingsRefused, status};
     QTAtomContainer container = nullptr;
     status = static_cast<OSErr>(MovieExportGetSettingsAsAtomContainer(instance, &container));
     TWLogError(status, "MovieExportGetSettingsAsAtomContainer", kSourceFile, 132);
     if (!container)
         TWLog("%s: container is NULL...", "IsComponentInstalled");
-    const bool isInstalled = status == noErr && container && codecsExist(container);
+    const Fault fault = status == noErr && container ? faultOfCodecs(container)
+                                                     : Fault{Fault::Kind::settingsNotGiven, status};
     if (container)
         QTDisposeAtomContainer(container);
-    return isInstalled;
+    return fault;
 }
 
 }  // namespace
@@ -177,13 +184,16 @@ bool UQuickTimeComponent::IsComponentInstalled(const NSDictionary& inPresetSetti
 }
 
 bool UQuickTimeComponent::IsComponentInstalled(OSType inType, OSType inSubType,
-                                               OSType inManufacturer, const NSData& inSettings) {
-    const ComponentInstance instance = OpenComponent(inType, inSubType, inManufacturer);
-    if (!instance)
-        return false;
-    const bool isInstalled = acceptsSettings(instance, inSettings);
-    CloseComponent(instance);
-    return isInstalled;
+                                               OSType inManufacturer, const NSData& inSettings,
+                                               ComponentInstallationFault* outFault) {
+    Fault fault{Fault::Kind::exporter, badComponentType};
+    if (const ComponentInstance instance = OpenComponent(inType, inSubType, inManufacturer)) {
+        fault = faultOfSettings(instance, inSettings);
+        CloseComponent(instance);
+    }
+    if (outFault)
+        *outFault = fault;
+    return !fault;
 }
 
 bool UQuickTimeComponent::IsAppleIntermediateCodecInstalled() {

@@ -11,6 +11,7 @@
 // taken: callers that use components on several threads serialise them.
 #pragma once
 
+#include "ComponentInstallationFault.h"
 #include "Components.h"
 #include "NSData.h"
 #include "NSString.h"
@@ -52,8 +53,10 @@ class TWQT_EXPORT UQuickTimeComponent {
     /// they name exist. Keys as in TWQECSFormat.h; without a type 'spit', without a manufacturer
     /// 'appl'.
     static bool IsComponentInstalled(const NSDictionary& inPresetSetting);
+    /// @param outFault  told what is missing, and nothing when the result is true; may be null
     static bool IsComponentInstalled(OSType inType, OSType inSubType, OSType inManufacturer,
-                                     const NSData& inSettings);
+                                     const NSData& inSettings,
+                                     ComponentInstallationFault* outFault = nullptr);
     /// Whether both compressor and decompressor of the type 'icod' exist.
     static bool IsAppleIntermediateCodecInstalled();
 };
