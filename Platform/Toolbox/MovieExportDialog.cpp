@@ -37,6 +37,8 @@ constexpr FieldPlace kPlaces[] = {
     {"video", "Pictures", "yes or no", fourCC("envi"), 0, 1, ValueKind::flag},
     {"videoCodec", "Video codec", "four characters, as avc1", fourCC("sptl"), 0, 4,
      ValueKind::code},
+    {"codecComponent", "Codec by number", "kept for other exporters", fourCC("sptl"), 4, 4,
+     ValueKind::number},
     {"depth", "Depth", "24, 32 with alpha, 40 grey", fourCC("sptl"), 8, 2, ValueKind::number},
     {"spatialQuality", "Quality", "0 to 1023, 1024 lossless", fourCC("sptl"), 10, 4,
      ValueKind::number},
@@ -46,6 +48,12 @@ constexpr FieldPlace kPlaces[] = {
      ValueKind::number},
     {"dataRate", "Data rate", "bytes per second, 0: by quality", fourCC("drat"), 0, 4,
      ValueKind::number},
+    {"frameDuration", "Frame duration", "kept for other exporters", fourCC("drat"), 4, 4,
+     ValueKind::number},
+    {"minSpatialQuality", "Least quality", "kept for other exporters", fourCC("drat"), 8, 4,
+     ValueKind::number},
+    {"minTemporalQuality", "Least motion quality", "kept for other exporters", fourCC("drat"), 12,
+     4, ValueKind::number},
     {"width", "Width", "pixels, 0: as the movie", fourCC("wdth"), 0, 4, ValueKind::fixed},
     {"height", "Height", "pixels, 0: as the movie", fourCC("hegt"), 0, 4, ValueKind::fixed},
     {"sound", "Sound", "yes or no", fourCC("enso"), 0, 1, ValueKind::flag},
@@ -55,6 +63,8 @@ constexpr FieldPlace kPlaces[] = {
      ValueKind::unsignedFixed},
     {"sampleSize", "Sample size", "8, 16, 24 or 32 bits", fourCC("ssss"), 0, 2, ValueKind::number},
     {"channels", "Channels", "0: as the movie", fourCC("sscc"), 0, 2, ValueKind::number},
+    {"lock", "Locked", "kept for other exporters", fourCC("lock"), 0, 1, ValueKind::number},
+    {"dvVideo", "DV format", "kept for other exporters", fourCC("dvcv"), 0, 1, ValueKind::number},
 };
 
 /// The leaf at the top level, else in a group.
@@ -126,7 +136,8 @@ std::optional<std::uint32_t> valueOf(const FieldPlace& place, const std::string&
         return std::nullopt;
     const bool fixed = place.kind != ValueKind::number;
     const double scaled = std::round(fixed ? *number * 65536 : *number);
-    const double limit = place.width == 2                         ? 32767
+    const double limit = place.width == 1                         ? 255
+                         : place.width == 2                       ? 32767
                          : place.kind == ValueKind::unsignedFixed ? 4294967295.0
                                                                   : 2147483647.0;
     if (scaled > limit)
@@ -142,8 +153,11 @@ MovieExportDialogPresenter& presenterPlace() {
 
 }  // namespace
 
-MovieExportDialog::MovieExportDialog(std::string exporterName, std::span<const std::byte> settings)
-    : exporterName_(std::move(exporterName)), settings_(settings.begin(), settings.end()) {}
+MovieExportDialog::MovieExportDialog(std::string exporterName, std::span<const std::byte> settings,
+                                     Apply apply)
+    : exporterName_(std::move(exporterName)),
+      settings_(settings.begin(), settings.end()),
+      apply_(std::move(apply)) {}
 
 std::vector<MovieExportDialogField> MovieExportDialog::fields() const {
     std::vector<MovieExportDialogField> fields;
@@ -194,9 +208,9 @@ MovieExportDialogPresenter SetMovieExportDialogPresenter(MovieExportDialogPresen
     return std::exchange(presenterPlace(), std::move(presenter));
 }
 
-ComponentResult presentMovieExportDialog(
-    const std::string& exporterName, std::span<const std::byte> settings,
-    const std::function<ComponentResult(std::span<const std::byte>)>& apply, bool& canceled) {
+ComponentResult presentMovieExportDialog(const std::string& exporterName,
+                                         std::span<const std::byte> settings,
+                                         const MovieExportDialog::Apply& apply, bool& canceled) {
     MovieExportDialogPresenter presenter;
     {
         const std::lock_guard lock(presenterMutex);
@@ -204,9 +218,9 @@ ComponentResult presentMovieExportDialog(
     }
     if (!presenter)
         return badComponentSelector;
-    MovieExportDialog dialog(exporterName, settings);
+    MovieExportDialog dialog(exporterName, settings, apply);
     canceled = presenter(dialog) == MovieExportDialogAnswer::canceled;
-    return canceled ? noErr : apply(dialog.settings());
+    return canceled ? noErr : dialog.apply();
 }
 
 }  // namespace TWQuickTime

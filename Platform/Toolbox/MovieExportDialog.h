@@ -1,7 +1,8 @@
 // Who shows a movie exporter's dialog.
 //
 // The library has no windows of its own: a host gives a presenter that lets the user change the
-// settings, in whatever way suits the host. Without one there is no dialog.
+// settings, in whatever way suits the host. Without one there is no dialog. One for terminals comes
+// with the library (TerminalExportDialog.h).
 //
 //     SetMovieExportDialogPresenter([](MovieExportDialog& dialog) {
 //         return editInWindow(dialog) ? MovieExportDialogAnswer::accepted
@@ -29,7 +30,12 @@ struct MovieExportDialogField {
 
 class TWQT_EXPORT MovieExportDialog {
   public:
-    MovieExportDialog(std::string exporterName, std::span<const std::byte> settings);
+    /// Takes a complete atom container over into the exporter, or with a status nothing of it.
+    using Apply = std::function<ComponentResult(std::span<const std::byte> settings)>;
+
+    /// @param apply  none for settings that belong to no open exporter
+    MovieExportDialog(std::string exporterName, std::span<const std::byte> settings,
+                      Apply apply = {});
 
     const std::string& exporterName() const { return exporterName_; }
     /// All settings that the container holds, in their order of importance.
@@ -38,10 +44,14 @@ class TWQT_EXPORT MovieExportDialog {
     bool setValue(const std::string& key, const std::string& text);
     /// The complete atom container as it is now.
     const std::vector<std::byte>& settings() const { return settings_; }
+    /// Hands the settings to the exporter, for presenters that want to ask again when it refuses
+    /// them. An accepted dialog does so anyway; after a success here it cannot be cancelled.
+    ComponentResult apply() const { return apply_ ? apply_(settings_) : noErr; }
 
   private:
     std::string exporterName_;
     std::vector<std::byte> settings_;
+    Apply apply_;
 };
 
 enum class MovieExportDialogAnswer { accepted, canceled };
@@ -55,8 +65,8 @@ SetMovieExportDialogPresenter(MovieExportDialogPresenter presenter);
 
 /// Shows the dialog and hands the edited settings to `apply`. badComponentSelector without a
 /// presenter.
-ComponentResult presentMovieExportDialog(
-    const std::string& exporterName, std::span<const std::byte> settings,
-    const std::function<ComponentResult(std::span<const std::byte>)>& apply, bool& canceled);
+ComponentResult presentMovieExportDialog(const std::string& exporterName,
+                                         std::span<const std::byte> settings,
+                                         const MovieExportDialog::Apply& apply, bool& canceled);
 
 }  // namespace TWQuickTime
