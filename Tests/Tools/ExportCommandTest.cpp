@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
+#include <sstream>
 
 #include "TemporaryDirectory.h"
 #include "TwqtProgram.h"
@@ -81,11 +82,93 @@ TEST_F(ExportCommand, OverwritesNothingWithoutForceAndHarmsNothingWhenItFails) {
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder_.path()), {}), 1);
 }
 
-TEST_F(ExportCommand, TouchesNothingInADryRun) {
-    const ProgramResult result = exportWith({"--id", "h264", "--dry-run"});
-    EXPECT_EQ(result.exitStatus, 0) << result.errors;
-    EXPECT_THAT(result.output, HasSubstr("H.264"));
-    EXPECT_TRUE(std::filesystem::is_empty(folder_.path()));
+/// All files below the folder with their sizes and times of change, and the folder's own.
+std::string stateOf(const std::filesystem::path& folder) {
+    std::ostringstream state;
+    const auto describe = [&](const std::filesystem::path& path) {
+        state << path << ' ' << std::filesystem::last_write_time(path).time_since_epoch().count()
+              << '\n';
+    };
+    describe(folder);
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder))
+        describe(entry.path());
+    return state.str();
+}
+
+TEST_F(ExportCommand, ADryRunTellsStepsExportersCodecsAndSpaceAndTouchesNothing) {
+    TemporaryDirectory temporary;
+    std::ofstream(folder_.file("other")) << "here before";
+    const std::string before =
+        stateOf(folder_.path()) + stateOf(media_->path()) + stateOf(temporary.path());
+    const ProgramResult result =
+        runTwqt({"export", "--presets", kPresets, "--id", "archive", "--dry-run", "--json",
+                 media_->file("source.mov"), folder_.file("out.mov")},
+                {"TMPDIR=" + temporary.path().string()});
+    ASSERT_EQ(result.exitStatus, 0) << result.errors;
+    const json plan = json::parse(result.output);
+    EXPECT_EQ(plan["installed"], true);
+    ASSERT_EQ(plan["steps"].size(), 2u);
+    EXPECT_EQ(plan["steps"][0]["used"], "prores");
+    EXPECT_EQ(plan["steps"][0]["rejected"][0]["id"], "scanner");
+    EXPECT_EQ(plan["steps"][0]["rejected"][0]["reason"], "not installed");
+    EXPECT_EQ(plan["steps"][0]["rejected"][0]["status"], -2005);
+    EXPECT_EQ(plan["steps"][0]["exporter"]["subtype"], "MooV");
+    EXPECT_EQ(plan["steps"][0]["videoCodec"], "apcn");
+    EXPECT_EQ(plan["steps"][0]["soundCodec"], "sowt");
+    EXPECT_EQ(plan["steps"][0]["output"], nullptr);
+    EXPECT_EQ(plan["steps"][1]["used"], "h264");
+    EXPECT_EQ(plan["steps"][1]["output"], folder_.file("out.mov"));
+    // 0.4 seconds of stereo sound of 16 bits at 48 kHz lie between the steps at the least.
+    EXPECT_GT(plan["temporaryBytes"], 70'000);
+    EXPECT_LT(plan["temporaryBytes"], 500'000);
+    EXPECT_GT(plan["outputBytes"], 0);
+    EXPECT_EQ(stateOf(folder_.path()) + stateOf(media_->path()) + stateOf(temporary.path()),
+              before);
+}
+
+TEST_F(ExportCommand, ADryRunFailsWhereTheExportWould) {
+    const ProgramResult missing = exportWith({"--id", "scanner", "--dry-run"});
+    EXPECT_EQ(missing.exitStatus, 1);
+    EXPECT_THAT(missing.output, HasSubstr("scanner (not installed, -2005)"));
+    std::ofstream(folder_.file("out.mov")) << "precious";
+    EXPECT_EQ(exportWith({"--id", "h264", "--dry-run"}).exitStatus, 1);
+    EXPECT_EQ(exportWith({"--id", "h264", "--dry-run", "--force"}).exitStatus, 0);
+    EXPECT_EQ(std::filesystem::file_size(folder_.file("out.mov")), 8u);
+}
+
+TEST_F(ExportCommand, TellsWhichFallbackEachStepUsedAndWhyOthersWerePassedOver) {
+    const ProgramResult result = exportWith({"--id", "archive", "--json"});
+    ASSERT_EQ(result.exitStatus, 0) << result.errors;
+    const auto said = nlohmann::ordered_json::parse(result.output);
+    std::vector<std::string> keys;
+    for (const auto& [key, value] : said.items())
+        keys.push_back(key);
+    EXPECT_THAT(keys,
+                testing::ElementsAre("input", "output", "preset", "seconds", "realtime", "steps"));
+    ASSERT_EQ(said["steps"].size(), 2u);
+    EXPECT_EQ(said["steps"][0]["used"], "prores");
+    EXPECT_EQ(said["steps"][0]["rejected"],
+              (nlohmann::ordered_json::array(
+                  {{{"id", "scanner"}, {"reason", "not installed"}, {"status", -2005}}})));
+    EXPECT_THAT(said["steps"][0]["output"], HasSubstr("/EPR0.mov"));
+    EXPECT_EQ(said["steps"][1]["used"], "h264");
+    EXPECT_EQ(said["steps"][1]["rejected"], nlohmann::ordered_json::array());
+    EXPECT_EQ(said["steps"][1]["output"], folder_.file("out.mov"));
+}
+
+TEST_F(ExportCommand, ASequenceThatCannotRunSaysWhatItLacks) {
+    const std::string presets = folder_.file("far.qecs");
+    std::filesystem::copy_file(kPresets, presets);
+    ASSERT_EQ(runTwqt({"presets", "add-sequence", presets, "--id", "far", "--name", "Far", "--step",
+                       "scanner"})
+                  .exitStatus,
+              0);
+    const ProgramResult result = runTwqt({"export", "--presets", presets, "--id", "far",
+                                          media_->file("source.mov"), folder_.file("out.mov")});
+    EXPECT_EQ(result.exitStatus, 1);
+    EXPECT_THAT(result.errors, HasSubstr("preset not installed (1003)"));
+    EXPECT_THAT(result.errors, HasSubstr("scanner (not installed, -2005)"));
+    EXPECT_FALSE(std::filesystem::exists(folder_.file("out.mov")));
 }
 
 TEST_F(ExportCommand, PrintsProgressAsLines) {

@@ -1,27 +1,26 @@
 // `twqt export`: exports a movie with a setting or a sequence of a preset file.
-#include <DataReferences.h>
-#include <Handles.h>
 #include <Movies.h>
-#include <StDataRef.h>
+#include <NSError_TWQECSError.h>
 #include <TWQECSReader.h>
-#include <TWQECSSetting.h>
-#include <unistd.h>
 
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
-#include <filesystem>
 #include <limits>
-#include <vector>
+#include <memory>
+#include <optional>
+#include <string>
 
 #include "Command.h"
 #include "CommandFailure.h"
-#include "ExporterSettings.h"
-#include "FourCharCodeText.h"
+#include "ExportPlan.h"
 #include "Interrupt.h"
 #include "JsonOutput.h"
 #include "MovieArgument.h"
 #include "OutputFile.h"
+#include "PresetIdentifier.h"
 #include "ProgressDisplay.h"
+#include "SiblingFile.h"
 #include "TimeArgument.h"
 
 namespace twqt {
@@ -82,74 +81,75 @@ Range rangeOf(const ExportOptions& options, Movie movie) {
     return range;
 }
 
-/// A name beside the destination that nobody has, with the same extension; the file that is made
-/// there is gone with the object unless it was moved to its place.
-class SiblingFile {
-  public:
-    explicit SiblingFile(const std::string& destination) : destination_(destination) {
-        const std::filesystem::path path(destination);
-        path_ = (path.parent_path() / ("." + path.stem().string() + "." + std::to_string(getpid()) +
-                                       path.extension().string()))
-                    .string();
-    }
-    ~SiblingFile() {
-        if (!moved_)
-            unlink(path_.c_str());
-    }
-    SiblingFile(const SiblingFile&) = delete;
-    SiblingFile& operator=(const SiblingFile&) = delete;
-
-    const std::string& path() const { return path_; }
-    /// A sequence of images has made further files, named after the first one.
-    void moveToDestination() {
-        const std::filesystem::path from(path_), to(destination_);
-        const std::string prefix = from.stem().string() + " ";
-        std::vector<std::filesystem::path> companions;
-        const auto folder = from.parent_path().empty() ? "." : from.parent_path();
-        for (const auto& entry : std::filesystem::directory_iterator(folder))
-            if (entry.path().filename().string().starts_with(prefix))
-                companions.push_back(entry.path());
-        for (const auto& companion : companions) {
-            const std::string rest = companion.filename().string().substr(prefix.size());
-            rename(companion, to.parent_path() / (to.stem().string() + " " + rest));
-        }
-        rename(from, to);
-        moved_ = true;
-    }
-
-  private:
-    static void rename(const std::filesystem::path& from, const std::filesystem::path& to) {
-        std::error_code error;
-        std::filesystem::rename(from, to, error);
-        if (error)
-            throw CommandFailure("write " + to.string(), error.message());
-    }
-
-    std::string destination_;
-    std::string path_;
-    bool moved_ = false;
-};
-
 Json presetJson(const TWQECS& preset) {
     return {{"id", jsonFromPropertyList(preset.identifier())},
             {"name", jsonFromString(preset.name())}};
 }
 
-void describePlan(const std::shared_ptr<TWQECS>& preset, const ExportOptions& options,
-                  double seconds) {
-    const bool installed = preset->isInstalled();
-    if (options.json)
+CommandFailure notInstalledFailure(const ExportOptions& options, const ExportPlan& plan) {
+    std::string why = "preset not installed (" + std::to_string(TWQECSNotInstalledError) + ")";
+    if (!plan.steps.empty())
+        why += ": " + planText(plan);
+    return {"export " + options.input + " to " + options.output, why};
+}
+
+/// Says what would be done, and fails where the export would fail at once.
+void dryRun(const std::shared_ptr<TWQECS>& preset, const ExportOptions& options, Movie movie,
+            double seconds) {
+    ExportPlan plan = planExport(preset, movie, seconds);
+    if (!plan.steps.empty() && plan.isInstalled)
+        plan.steps.back().choice.output = NSString(options.output);
+    if (options.json) {
+        Json steps = Json::array();
+        for (const PlannedStep& step : plan.steps)
+            steps.push_back(jsonFromPlannedStep(step));
         printJson({{"input", options.input},
                    {"output", options.output},
                    {"preset", presetJson(*preset)},
                    {"seconds", seconds},
-                   {"installed", installed}});
-    else
-        std::printf(
-            "would export %.3f s of %s to %s with %s%s\n", seconds, options.input.c_str(),
-            options.output.c_str(),
-            preset->name().isNil() ? "a preset without a name" : preset->name().utf8().c_str(),
-            installed ? "" : ", which is not installed here");
+                   {"installed", plan.isInstalled},
+                   {"temporaryBytes", static_cast<std::int64_t>(plan.temporaryBytes)},
+                   {"outputBytes", static_cast<std::int64_t>(plan.outputBytes)},
+                   {"steps", steps}});
+    } else {
+        std::printf("would export %.3f s of %s to %s with %s\n%s", seconds, options.input.c_str(),
+                    options.output.c_str(),
+                    preset->name() ? preset->name().utf8().c_str() : "a preset without a name",
+                    planText(plan).c_str());
+    }
+    if (!plan.isInstalled)
+        throw notInstalledFailure(options, plan);
+    requireFreeOutput(options.output, options.force);
+}
+
+/// The record as a user knows it: by the name that the output has in the end.
+TWQECSExportRecord recordOf(const TWQECS& preset, const SiblingFile& sibling,
+                            const ExportOptions& options) {
+    TWQECSExportRecord record = preset.exportRecord();
+    for (TWQECSExportStep& step : record.steps)
+        if (step.output == NSString(sibling.path()))
+            step.output = NSString(options.output);
+    return record;
+}
+
+void printResult(const TWQECS& preset, const TWQECSExportRecord& record,
+                 const ExportOptions& options, double mediaSeconds, double elapsedSeconds) {
+    if (options.json) {
+        Json steps = Json::array();
+        for (const TWQECSExportStep& step : record.steps)
+            steps.push_back(jsonFromExportStep(step));
+        printJson({{"input", options.input},
+                   {"output", options.output},
+                   {"preset", presetJson(preset)},
+                   {"seconds", elapsedSeconds},
+                   {"realtime", elapsedSeconds > 0 ? mediaSeconds / elapsedSeconds : 0.0},
+                   {"steps", steps}});
+        return;
+    }
+    std::printf("%s: %.3f s exported in %.2f s\n", options.output.c_str(), mediaSeconds,
+                elapsedSeconds);
+    if (record.steps.size() > 1 || !record.steps.front().rejected.empty())
+        std::printf("%s\n", record.description().utf8().c_str());
 }
 
 void run(const ExportOptions& options) {
@@ -164,7 +164,7 @@ void run(const ExportOptions& options) {
     const Range range = rangeOf(options, movie.movie());
     const double seconds = double(range.duration) / GetMovieTimeScale(movie.movie());
     if (options.dryRun) {
-        describePlan(preset, options, seconds);
+        dryRun(preset, options, movie.movie(), seconds);
         return;
     }
     requireFreeOutput(options.output, options.force);
@@ -183,18 +183,13 @@ void run(const ExportOptions& options) {
                                               range.duration, &error);
     if (interrupt.requested())
         throw interruptedFailure("export " + options.input);
+    if (!exported && error.isNil() && !preset->isInstalled())
+        throw notInstalledFailure(options, planExport(preset, movie.movie(), seconds));
     if (!exported)
         throw failureWithError("export " + options.input + " to " + options.output, error);
     sibling.moveToDestination();
-    const double elapsed = display.elapsedSeconds();
-    if (options.json)
-        printJson({{"input", options.input},
-                   {"output", options.output},
-                   {"preset", presetJson(*preset)},
-                   {"seconds", elapsed},
-                   {"realtime", elapsed > 0 ? seconds / elapsed : 0.0}});
-    else
-        std::printf("%s: %.3f s exported in %.2f s\n", options.output.c_str(), seconds, elapsed);
+    printResult(*preset, recordOf(*preset, sibling, options), options, seconds,
+                display.elapsedSeconds());
 }
 
 const CommandRegistration registration("export", [](CLI::App& program) {

@@ -3,13 +3,13 @@
 #include <Handles.h>
 #include <MovieExport.h>
 #include <MovieExportDialog.h>
-#include <TWQECS.h>
 
 #include <cmath>
 #include <cstring>
 
 #include "CommandFailure.h"
 #include "FourCharCodeText.h"
+#include "ReadableFile.h"
 
 namespace twqt {
 
@@ -124,21 +124,18 @@ std::vector<std::byte> makeExporterSettings(const ExporterSettingsOptions& optio
     return exporter.settings();
 }
 
-std::shared_ptr<TWQECS> presetWithIdentifier(const TWQECSReader& reader,
-                                             const std::string& identifier) {
-    const auto matches = [&](const std::shared_ptr<TWQECS>& preset) {
-        const PropertyListValue id = preset->identifier();
-        return id.isString()   ? id.stringValue().utf8() == identifier
-               : id.isNumber() ? std::to_string(id.longLongValue()) == identifier
-                               : false;
-    };
-    for (const auto& setting : reader.componentSettings())
-        if (matches(setting))
-            return setting;
-    for (const auto& sequence : reader.componentSettingSequences())
-        if (matches(sequence))
-            return sequence;
-    return nullptr;
+bool changesAnything(const ExporterSettingsOptions& options) {
+    return options.videoCodec || options.quality || options.dataRate || options.keyFrameEvery ||
+           options.size || options.frameRate || options.noVideo || options.audioCodec ||
+           options.sampleRate || options.channels || options.sampleSize || options.noAudio;
+}
+
+NSData readSettingsFile(const std::string& path) {
+    requireReadableFile("read settings", path);
+    const NSData settings = NSData::dataWithContentsOfFile(NSString(path));
+    if (!settings)
+        throw failureWithStatus("read settings " + path, ioErr);
+    return settings;
 }
 
 }  // namespace twqt

@@ -1,16 +1,14 @@
 // Settings of an exporter from options of the command line.
 #pragma once
 
-#include <TWQECSReader.h>
-
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "Command.h"
+#include "NSData.h"
 #include "SizeArgument.h"
 #include "ToolboxTypes.h"
 
@@ -38,9 +36,10 @@ void addExporterSettingsOptions(CLI::App& command, ExporterSettingsOptions& opti
 /// CommandFailure when it is missing or refuses them.
 std::vector<std::byte> makeExporterSettings(const ExporterSettingsOptions& options);
 
-/// The setting or sequence with an identifier, written as text: a number in the file is found by
-/// its digits. Null for none.
-std::shared_ptr<TWQuickTime::TWQECS> presetWithIdentifier(const TWQuickTime::TWQECSReader& reader,
-                                                          const std::string& identifier);
+/// Whether any option besides the exporter was given.
+bool changesAnything(const ExporterSettingsOptions& options);
+
+/// The bytes of a settings file; throws a CommandFailure when it cannot be read.
+TWQuickTime::NSData readSettingsFile(const std::string& path);
 
 }  // namespace twqt

@@ -1,18 +1,16 @@
 // twqt presets FILE: the settings and sequences of a preset file.
-#include <cstdint>
 #include <iostream>
 #include <memory>
-#include <optional>
 
 #include "Command.h"
 #include "CommandFailure.h"
-#include "FourCharCodeText.h"
 #include "JsonOutput.h"
 #include "MovieArgument.h"
+#include "PresetCommands.h"
+#include "PresetJson.h"
 #include "ReadableFile.h"
 #include "TWQECSFormat.h"
 #include "TWQECSReader.h"
-#include "TWQECSSequence.h"
 #include "TextTable.h"
 
 namespace twqt {
@@ -25,61 +23,11 @@ struct PresetsOptions {
     bool json = false;
 };
 
-/// The entry's code under the key as text; none when it has no such key.
-std::optional<std::string> codeOf(const TWQECS& preset, const NSString& key) {
-    const PropertyListValue code = preset.objectForKey(key);
-    if (!code)
-        return std::nullopt;
-    return fourCharCodeText(static_cast<OSType>(code.longLongValue()));
-}
-
-Json jsonFromCode(const std::optional<std::string>& code) {
-    return code ? Json(*code) : Json(nullptr);
-}
-
 std::string sizeText(TWQECS& preset) {
     if (preset.exportedMovieWidth() == 0 && preset.exportedMovieHeight() == 0)
         return "";
     return std::to_string(preset.exportedMovieWidth()) + "x" +
            std::to_string(preset.exportedMovieHeight());
-}
-
-/// The settings that a sequence exports with; none while one of its steps is not installed.
-TWQECSSequence::Steps stepsOf(TWQECS& preset) {
-    if (auto* sequence = dynamic_cast<TWQECSSequence*>(&preset)) {
-        if (const std::optional<TWQECSSequence::Steps>& steps = sequence->steps())
-            return *steps;
-    }
-    return {};
-}
-
-Json jsonFromSetting(TWQECS& setting) {
-    return {
-        {"id", jsonFromPropertyList(setting.identifier())},
-        {"name", jsonFromString(setting.name())},
-        {"comment", jsonFromString(setting.comment())},
-        {"type", codeOf(setting, TWQECSFormatSettingComponentType).value_or("spit")},
-        {"subtype", jsonFromCode(codeOf(setting, TWQECSFormatSettingComponentSubType))},
-        {"manufacturer", jsonFromCode(codeOf(setting, TWQECSFormatSettingComponentManufacturer))},
-        {"installed", setting.isInstalled()},
-        {"threadSafe", setting.isThreadSafe()},
-        {"hasUserInterface", setting.componentHasUserInterface()},
-        {"extension", jsonFromString(setting.exportedMovieFileExtension())},
-        {"width", setting.exportedMovieWidth()},
-        {"height", setting.exportedMovieHeight()},
-        {"frameRate", setting.exportedMovieFrameRate()}};
-}
-
-Json jsonFromSequence(TWQECS& sequence) {
-    Json steps = Json::array();
-    for (const std::shared_ptr<TWQECS>& step : stepsOf(sequence))
-        steps.push_back(jsonFromPropertyList(step->identifier()));
-    return {{"id", jsonFromPropertyList(sequence.identifier())},
-            {"name", jsonFromString(sequence.name())},
-            {"comment", jsonFromString(sequence.comment())},
-            {"installed", sequence.isInstalled()},
-            {"steps", steps},
-            {"extension", jsonFromString(sequence.exportedMovieFileExtension())}};
 }
 
 Json jsonFromReader(const TWQECSReader& reader) {
@@ -103,7 +51,7 @@ void printSettings(const TWQECSReader& reader) {
         {{"ID"}, {"Setting"}, {"Exporter"}, {"Installed"}, {"File"}, {"Size"}, {"Comment"}});
     for (const std::shared_ptr<TWQECS>& setting : reader.componentSettings())
         table.addRow({identifierText(*setting), setting->name().utf8(),
-                      codeOf(*setting, TWQECSFormatSettingComponentSubType).value_or(""),
+                      codeText(*setting, TWQECSFormatSettingComponentSubType).value_or(""),
                       setting->isInstalled() ? "yes" : "no",
                       setting->exportedMovieFileExtension().utf8(), sizeText(*setting),
                       setting->comment().utf8()});
@@ -149,8 +97,13 @@ const CommandRegistration registration("presets", [](CLI::App& program) {
     auto options = std::make_shared<PresetsOptions>();
     command->add_option("FILE", options->file, "the preset file");
     addJsonFlag(*command, options->json);
+    addPresetsAddCommand(*command);
+    addPresetsAddSequenceCommand(*command);
+    addPresetsCheckCommand(*command);
+    addPresetsEditCommand(*command);
+    addPresetsRemoveCommand(*command);
     command->callback([command, options] {
-        // The commands that change a preset file are commands of this one.
+        // What else there is to do with preset files are commands of this one.
         if (!command->get_subcommands().empty())
             return;
         if (options->file.empty())

@@ -1,22 +1,17 @@
 // `twqt settings`: makes settings files for exporters, and shows what is in one.
-#include <AtomContainers.h>
-#include <Handles.h>
-#include <MovieExport.h>
-#include <MovieExportDialog.h>
 #include <TWQECSReader.h>
 #include <TWQECSSetting.h>
 
-#include <cmath>
 #include <cstdio>
 #include <fstream>
-#include <iterator>
 
+#include "AtomTree.h"
 #include "Command.h"
 #include "CommandFailure.h"
 #include "ExporterSettings.h"
-#include "FourCharCodeText.h"
 #include "JsonOutput.h"
 #include "OutputFile.h"
+#include "PresetIdentifier.h"
 
 namespace twqt {
 namespace {
@@ -50,7 +45,7 @@ void makeSettings(const NewOptions& options) {
     writeFile(options.output, settings);
 }
 
-std::vector<char> bytesOfPreset(const ShowOptions& options) {
+NSData settingsOfPreset(const ShowOptions& options) {
     const auto reader = TWQECSReader::qecsReaderWithPath(NSString(options.presets));
     if (!reader)
         throw CommandFailure("open " + options.presets, "no preset file (-43)");
@@ -61,49 +56,7 @@ std::vector<char> bytesOfPreset(const ShowOptions& options) {
     const NSData data = setting->componentSettingsAtomData();
     if (data.isNil())
         throw CommandFailure("preset " + options.id, "has no settings (-43)");
-    const auto* bytes = reinterpret_cast<const char*>(data.bytes().data());
-    return {bytes, bytes + data.length()};
-}
-
-std::vector<char> bytesOfFile(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    if (!file)
-        throw failureWithStatus("open " + path, fnfErr);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-std::string hexOf(const char* data, std::int32_t size) {
-    std::string text;
-    char pair[3];
-    for (std::int32_t i = 0; i < size; ++i) {
-        std::snprintf(pair, sizeof pair, "%02x", static_cast<unsigned char>(data[i]));
-        text += pair;
-    }
-    return text;
-}
-
-/// The children of an atom as a tree; hostile nesting ends in a failure.
-Json treeOf(QTAtomContainer container, QTAtom parent, int depth) {
-    if (depth > 32)
-        throw failureWithStatus("settings", invalidAtomContainerErr);
-    Json children = Json::array();
-    QTAtom child = 0;
-    while (QTNextChildAnyType(container, parent, child, &child) == noErr && child != 0) {
-        QTAtomType type = 0;
-        QTAtomID id = 0;
-        QTGetAtomTypeAndID(container, child, &type, &id);
-        Json node = {{"type", fourCharCodeText(type)}, {"id", id}, {"data", nullptr}};
-        std::int32_t size = 0;
-        Ptr data = nullptr;
-        const bool isLeaf = QTGetAtomDataPtr(container, child, &size, &data) == noErr;
-        if (isLeaf)
-            node["data"] = hexOf(data, size);
-        node["children"] = isLeaf ? Json::array() : treeOf(container, child, depth + 1);
-        children.push_back(std::move(node));
-    }
-    if (GetMoviesError() != noErr)
-        throw failureWithStatus("settings", GetMoviesError());
-    return children;
+    return data;
 }
 
 void printTree(const Json& nodes, int depth) {
@@ -120,16 +73,9 @@ void printTree(const Json& nodes, int depth) {
 void showSettings(const ShowOptions& options) {
     if (options.file.empty() == options.presets.empty())
         throw usageFailure("settings show", "wants a FILE or --presets with --id");
-    const std::vector<char> bytes =
-        options.file.empty() ? bytesOfPreset(options) : bytesOfFile(options.file);
-    Handle container = nullptr;
-    if (PtrToHand(bytes.data(), &container, Size(bytes.size())) != noErr)
-        throw failureWithStatus("settings", memFullErr);
-    struct Disposer {
-        Handle handle;
-        ~Disposer() { DisposeHandle(handle); }
-    } const disposer{container};
-    const Json tree = treeOf(container, kParentAtomIsContainer, 0);
+    const NSData settings =
+        options.file.empty() ? settingsOfPreset(options) : readSettingsFile(options.file);
+    const Json tree = atomTree(settings.bytes());
     if (options.json)
         printJson(tree);
     else
