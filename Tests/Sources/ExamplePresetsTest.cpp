@@ -6,11 +6,14 @@
 #include <set>
 #include <string>
 
+#include "Movies.h"
 #include "NSData.h"
 #include "RunProgram.h"
 #include "TWQECS.h"
 #include "TWQECSReader.h"
 #include "TWQECSSetting.h"
+#include "TWUQuickTimeMovie.h"
+#include "TemporaryDirectory.h"
 
 namespace TWQuickTime {
 namespace {
@@ -67,6 +70,54 @@ TEST(ExamplePresets, EveryFallbackNamesASettingOfTheFile) {
         }
     }
     EXPECT_EQ(fallbackCount, 7);
+}
+
+/// Whether ffmpeg decodes all of the file without a complaint.
+bool decodes(const std::string& path) {
+    const test::ProgramResult result = test::runProgram(
+        {"ffmpeg", "-v", "error", "-nostdin", "-xerror", "-i", path, "-f", "null", "-"});
+    EXPECT_EQ(result.errors, "") << path;
+    return result.exitStatus == 0;
+}
+
+TEST(ExamplePresets, EveryEntryThatIsInstalledExports) {
+    const test::TemporaryDirectory folder;
+    test::runFfmpeg({"-f", "lavfi", "-i", "testsrc2=s=160x120:r=25:d=0.4", "-f", "lavfi", "-i",
+                     "sine=440:r=48000:d=0.4", "-c:v", "libx264", "-pix_fmt", "yuv420p", "-c:a",
+                     "aac", folder.file("in.mov")});
+    FSSpec file;
+    std::int16_t fileNumber = 0;
+    OSErr status = noErr;
+    const Movie movie = TWUQuickTimeMovie::createMovieFromPath(folder.file("in.mov"), 1, &file,
+                                                               &fileNumber, &status);
+    ASSERT_TRUE(movie);
+    const auto reader =
+        TWQECSReader::qecsReaderWithPath(NSString(examplesFolder + "/Presets.qecs"));
+    ASSERT_TRUE(reader);
+    std::vector<std::shared_ptr<TWQECS>> presets = reader->componentSettings();
+    for (const auto& sequence : reader->componentSettingSequences())
+        presets.push_back(sequence);
+    const auto delegate = std::make_shared<TWQECSExportDelegate>();
+    delegate->exportCallbackForMovie = [](Movie, std::int16_t, std::int16_t, float, NSError*) {
+        return true;
+    };
+    int exported = 0;
+    for (const auto& preset : presets) {
+        const std::string id = preset->identifier().description().utf8();
+        EXPECT_EQ(preset->isInstalled(), id != "scanner") << id;
+        if (!preset->isInstalled())
+            continue;
+        const std::string output =
+            folder.file(id + "." + preset->exportedMovieFileExtension().utf8());
+        preset->setExportDelegate(delegate);
+        NSError error;
+        EXPECT_TRUE(preset->exportMovie(movie, output, &error)) << id << " " << error.code();
+        EXPECT_TRUE(decodes(output)) << id;
+        EXPECT_TRUE(preset->exportRecord().steps.back().succeeded) << id;
+        ++exported;
+    }
+    EXPECT_EQ(exported, 15);
+    DisposeMovie(movie);
 }
 
 }  // namespace

@@ -121,8 +121,10 @@ TEST_F(TWQECSSettingExport, SettingTheWidthChangesTheDataAndTheOpenInstanceAtOnc
 }
 
 TEST_F(TWQECSSettingExport, ReadsAStoredRateOf2997As2997HundredthsAndOthersAsTheyAre) {
-    for (const auto& [stored, read] :
-         {std::pair{2997 << 16, 29.97}, {2997 * 65536 + 32768, 2997.5}, {25 << 16, 25.0}}) {
+    for (const auto& [stored, read] : {std::pair{2997 << 16, 29.97},
+                                       {2997 * 65536 + 32768, 2997.5},
+                                       {25 << 16, 25.0},
+                                       {1964114, 1964114 / 65536.0}}) {
         SettingsContainer settings;
         settings.leaf("tprl", big32(512) + big32(std::uint32_t(stored)) + big32(24));
         setting_->setComponentSettingsAtomData(dataOf(settings.bytes()));
