@@ -18,6 +18,8 @@
 
 namespace TWQuickTime {
 
+class NSImage;
+
 class TWQT_EXPORT TWQECSSetting : public TWQECS {
   public:
     ~TWQECSSetting() override;
@@ -79,6 +81,8 @@ class TWQT_EXPORT TWQECSSetting : public TWQECS {
     NSString componentName();
     /// Nil when the exporter cannot be asked.
     NSString componentInfo();
+    /// Always null: exporters have no icons.
+    std::shared_ptr<NSImage> componentIcon() const;
 
     bool componentHasUserInterface() override;
     bool isInstalled() override;

@@ -4,6 +4,7 @@
 #include "Handles.h"
 #include "MovieExport.h"
 #include "Movies.h"
+#include "NSImage.h"
 #include "TWQECSFormat.h"
 #include "TWQECSSetting.h"
 #include "TWQuickTimeAtom.h"
@@ -121,6 +122,10 @@ NSString TWQECSSetting::componentInfo() {
     if (GetComponentInfo(component(), nullptr, nullptr, info.get(), nullptr) != noErr)
         return nullptr;
     return info.string();
+}
+
+std::shared_ptr<NSImage> TWQECSSetting::componentIcon() const {
+    return nullptr;
 }
 
 NSString TWQECSSetting::exportedMovieFileExtension() {

@@ -89,9 +89,34 @@ TEST_F(TWQECSSettingExport, GivesNewSettingsToAnOpenInstanceAtOnce) {
     EXPECT_EQ(behaviour().settingsGiven[0].size(), 3u);
 }
 
+TEST_F(TWQECSSettingExport, AFurtherInstanceHasThePresetsSettingsAndBelongsToTheCaller) {
+    setting_->setComponentSettingsAtomData(NSData::dataWithBytes("abc", 3));
+    const ComponentInstance first = setting_->createNewComponentInstance();
+    ASSERT_TRUE(first);
+    ASSERT_EQ(behaviour().settingsGiven.size(), 1u);
+    EXPECT_EQ(behaviour().settingsGiven[0].size(), 3u);
+    behaviour().setSettingsStatus = paramErr;
+    const ComponentInstance second = setting_->createNewComponentInstance();
+    ASSERT_TRUE(second) << "whether it takes the settings or not";
+    EXPECT_NE(second, first) << "nothing is kept";
+    setting_->closePrivateComponentInstance();
+    EXPECT_EQ(behaviour().closed, 0) << "there is no private one";
+    EXPECT_EQ(CloseComponent(first), noErr);
+    EXPECT_EQ(CloseComponent(second), noErr);
+}
+
+TEST_F(TWQECSSettingExport, ClosingThePrivateInstanceLetsTheNextUseOpenAnother) {
+    ASSERT_TRUE(setting_->componentInstance());
+    setting_->closePrivateComponentInstance();
+    EXPECT_EQ(behaviour().closed, 1);
+    ASSERT_TRUE(setting_->componentInstance());
+    EXPECT_EQ(behaviour().opened, 2);
+}
+
 TEST_F(TWQECSSettingExport, TellsWhatTheExporterSaysOfItself) {
     EXPECT_EQ(setting_->componentName(), "Seventh");
     EXPECT_EQ(setting_->componentInfo(), "What it does.");
+    EXPECT_EQ(setting_->componentIcon(), nullptr);
     EXPECT_TRUE(setting_->componentHasUserInterface());
     EXPECT_TRUE(setting_->isThreadSafe());
     EXPECT_EQ(setting_->exportedMovieFileExtension(), "tst");
