@@ -16,8 +16,8 @@ constexpr double kRingInSeconds = 0.75;
 /// A change while playing takes effect so far in front of the device, so that it is decoded in
 /// time.
 constexpr double kJoinMarginInSeconds = 0.06;
-/// Pieces that are decoded before a take is handed over.
-constexpr int kPiecesInFront = 2;
+/// What is decoded before a take is handed over: more than a device takes at its start.
+constexpr double kInFrontInSeconds = 0.15;
 constexpr auto kBetweenSteps = std::chrono::milliseconds(20);
 /// Devices without a thread are kept so far ahead that a late step does no harm.
 constexpr std::int64_t kPumpAhead = 100'000'000;
@@ -280,9 +280,13 @@ void Conductor::takeOverFromLatest() {
     std::int64_t joinFrame = latest_->framesPlayed.load(std::memory_order_acquire);
     if (!playing_->device->isPumped()) {
         joinFrame += std::llround(playing_->device->format().sampleRate * kJoinMarginInSeconds);
+        joinFrame = std::min(joinFrame, writer_.framesWritten());
     }
     joinFrame = std::min(joinFrame, latest_->length);
-    publish(planAt(latest_->plan.positionAt(joinFrame)), joinFrame);
+    const std::int64_t position = latest_->plan.positionAt(joinFrame);
+    const PlayPlan plan = planAt(position);
+    // Who jumps need not wait for the frame to jump from.
+    publish(plan, plan.start == position ? joinFrame : Take::kAtOnce);
 }
 
 void Conductor::publish(const PlayPlan& plan, std::int64_t joinFrame) {
@@ -296,7 +300,8 @@ void Conductor::publish(const PlayPlan& plan, std::int64_t joinFrame) {
     latest_ = take.get();
     writer_.begin(*take, *laps_);
     if (!playing_->device->isPumped()) {
-        for (int i = 0; i < kPiecesInFront && writer_.writePiece(); ++i) {
+        const double inFront = format.sampleRate * kInFrontInSeconds;
+        while (double(writer_.framesWritten()) < inFront && writer_.writePiece()) {
         }
     }
     playing_->renderer.publish(std::move(take));

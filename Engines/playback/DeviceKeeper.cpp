@@ -27,7 +27,8 @@ void DeviceKeeper::look() {
         failure_ = current_->device->failure();
         current_.reset();
         giveUpForNow();
-        lookAgainAt_ = clock_->nanoseconds();
+        // At once, but not again and again for one that comes and goes.
+        lookAgainAt_ = lookedAt_ + kBetweenLooks;
     }
     if (!candidate_ && isLooking_ && clock_->nanoseconds() >= lookAgainAt_) {
         tryDevice(0);
@@ -37,6 +38,7 @@ void DeviceKeeper::look() {
 
 void DeviceKeeper::tryDevice(std::size_t index) {
     candidate_.reset();
+    lookedAt_ = clock_->nanoseconds();
     if (index >= choice_.inOrder.size()) {
         giveUpForNow();
         return;

@@ -48,6 +48,7 @@ class DeviceKeeper {
     std::shared_ptr<Session> candidate_;
     std::size_t candidateIndex_ = 0;
     std::int64_t candidateDeadline_ = 0;
+    std::int64_t lookedAt_ = 0;
     std::int64_t lookAgainAt_ = 0;
     bool isLooking_ = true;
     result::Status failure_;

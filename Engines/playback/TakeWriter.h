@@ -19,6 +19,8 @@ class TakeWriter {
 
     /// Decodes and writes one piece. False when there is no room for one, or nothing more to write.
     bool writePiece();
+    /// Of the present take.
+    std::int64_t framesWritten() const { return written_; }
 
   private:
     void produce(std::size_t frames);

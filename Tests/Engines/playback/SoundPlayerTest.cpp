@@ -488,11 +488,25 @@ TEST_F(SoundPlayerTest, ADeviceThatWentWhileStoppedIsLookedForAtTheNextPlay) {
     pass(100);
     player().stop();
     lab_->device->disappear();
+    clock_->advance(2'000'000'000);
     play();
     EXPECT_EQ(player().outputState(), OutputState::playing);
     EXPECT_EQ(lab_->devicesMade, 2);
     pass(100);
     EXPECT_EQ(lab_->levels(), levelsOf(0, 200));
+}
+
+TEST_F(SoundPlayerTest, ADeviceThatComesAndGoesIsNotTriedAgainAndAgain) {
+    player().setLoops(true);
+    play();
+    for (int i = 0; i < 100; ++i) {
+        if (player().outputState() == OutputState::playing) {
+            lab_->device->disappear();
+        }
+        pass(480);
+    }
+    EXPECT_LE(lab_->devicesMade, 2);
+    EXPECT_NEAR(double(position()), 48000 - 30000, 1000);
 }
 
 TEST_F(SoundPlayerTest, AnEndThatWasReachedStaysReachedWhenTheDeviceDisappears) {
