@@ -51,7 +51,8 @@ Expected<std::unique_ptr<SoundTrackReader>> SoundTrackReader::open(const timelin
                 reader->channels_ = block.channels;
                 reader->sampleRate_ = block.sampleRate;
             }
-            reader->decoder_->flush();
+            reader->hasDecoded_ = true;
+            reader->renewDecoder();
         }
     }
     if (reader->channels_ < 1 || reader->channels_ > 64 || reader->sampleRate_ < 1) {
@@ -74,10 +75,23 @@ void SoundTrackReader::seek(std::int64_t frame) {
     }
 }
 
+void SoundTrackReader::renewDecoder() {
+    // Some decoders keep state over a flush, such as that of the noise they put in. A fresh one
+    // gives the same samples of a place each time.
+    if (!packed_ && hasDecoded_) {
+        if (auto fresh = codec::SoundDecoder::open(media_.descriptions.front().bytes())) {
+            decoder_ = std::move(*fresh);
+            hasDecoded_ = false;
+            return;
+        }
+    }
+    decoder_->flush();
+}
+
 void SoundTrackReader::startDecodingAt(std::int64_t frame) {
     pending_.clear();
     pendingStart_ = 0;
-    decoder_->flush();
+    renewDecoder();
     if (packed_) {
         nextSample_ =
             static_cast<std::uint32_t>(std::min<std::int64_t>(frame, samples_.sampleCount()));
@@ -151,6 +165,7 @@ bool SoundTrackReader::decodePackets() {
         return false;
     }
     ++nextSample_;
+    hasDecoded_ = true;
     block_.samples.clear();
     block_.channels = 0;
     if (auto bytes = media_.readSample(*sample)) {

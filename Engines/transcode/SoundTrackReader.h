@@ -32,6 +32,7 @@ class SoundTrackReader {
     explicit SoundTrackReader(const timeline::Track& track)
         : media_(*track.media), samples_(track.media->samples) {}
 
+    void renewDecoder();
     void startDecodingAt(std::int64_t frame);
     /// Decodes more into pending_; false at the end of the media.
     bool decodeMore();
@@ -42,6 +43,7 @@ class SoundTrackReader {
     const timeline::Media& media_;
     const timeline::SampleTable& samples_;
     std::unique_ptr<codec::SoundDecoder> decoder_;
+    bool hasDecoded_ = false;
     codec::SoundPacking packing_;
     /// Samples are frames of sound that lie packed in chunks (PCM and the like).
     bool packed_ = false;
