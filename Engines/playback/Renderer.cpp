@@ -122,24 +122,26 @@ std::size_t Renderer::take(Take& from, std::span<float> interleaved, std::size_t
 }
 
 void Renderer::joinNext(bool mustJoin) {
-    if (!incoming_ && next_.load(std::memory_order_relaxed)) {
-        incoming_ = next_.exchange(nullptr, std::memory_order_acq_rel);
+    for (;; mustJoin = false) {
+        if (!incoming_ && next_.load(std::memory_order_relaxed)) {
+            incoming_ = next_.exchange(nullptr, std::memory_order_acq_rel);
+        }
+        if (!incoming_) {
+            return;
+        }
+        std::int64_t late = 0;
+        if (current_ && incoming_->joinFrame != Take::kAtOnce) {
+            late = current_->framesPlayed.load(std::memory_order_relaxed) - incoming_->joinFrame;
+        }
+        if (late < 0 && !mustJoin) {
+            return;
+        }
+        if (current_) {
+            retire(current_);
+        }
+        current_ = std::exchange(incoming_, nullptr);
+        toLeaveOut_ = std::max<std::int64_t>(late, 0);
     }
-    if (!incoming_) {
-        return;
-    }
-    std::int64_t late = 0;
-    if (current_ && incoming_->joinFrame != Take::kAtOnce) {
-        late = current_->framesPlayed.load(std::memory_order_relaxed) - incoming_->joinFrame;
-    }
-    if (late < 0 && !mustJoin) {
-        return;
-    }
-    if (current_) {
-        retire(current_);
-    }
-    current_ = std::exchange(incoming_, nullptr);
-    toLeaveOut_ = std::max<std::int64_t>(late, 0);
 }
 
 void Renderer::note(bool moves) {
