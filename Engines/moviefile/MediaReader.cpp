@@ -82,23 +82,32 @@ Status readHandler(const AtomView& atom, const AtomPlace& parent, Media& media) 
 }
 
 /// How the media combines with others; a damaged atom leaves the defaults.
-void readCombination(const AtomView& atom, const AtomPlace& parent, Media& media) {
+/// False when the header cannot be read.
+bool readCombination(const AtomView& atom, const AtomPlace& parent, Media& media) {
     const AtomPlace place{&parent, atom.type};
     if (atom.type == VideoMediaHeaderAtom::type) {
-        if (const auto header = readFields<VideoMediaHeaderAtom>(atom, place)) {
-            media.graphicsMode = header->atom.graphicsMode;
-            media.opColor = header->atom.opColor;
-        }
+        const auto header = readFields<VideoMediaHeaderAtom>(atom, place);
+        if (!header)
+            return false;
+        media.graphicsMode = header->atom.graphicsMode;
+        media.opColor = header->atom.opColor;
     } else if (atom.type == SoundMediaHeaderAtom::type) {
-        if (const auto header = readFields<SoundMediaHeaderAtom>(atom, place))
-            media.balance = header->atom.balance;
-    } else if (const auto base = findChild(atom, BaseMediaInformationAtom::type)) {
-        if (const auto header = readFields<BaseMediaInformationAtom>(*base, place)) {
-            media.graphicsMode = header->atom.graphicsMode;
-            media.opColor = header->atom.opColor;
-            media.balance = header->atom.balance;
-        }
+        const auto header = readFields<SoundMediaHeaderAtom>(atom, place);
+        if (!header)
+            return false;
+        media.balance = header->atom.balance;
+    } else {
+        const auto base = findChild(atom, BaseMediaInformationAtom::type);
+        if (!base)
+            return false;
+        const auto header = readFields<BaseMediaInformationAtom>(*base, place);
+        if (!header)
+            return false;
+        media.graphicsMode = header->atom.graphicsMode;
+        media.opColor = header->atom.opColor;
+        media.balance = header->atom.balance;
     }
+    return true;
 }
 
 Status readSamples(const AtomView& atom, const AtomPlace& place, ReadContext& context,
@@ -120,6 +129,7 @@ Status readInformation(const AtomView& atom, const AtomPlace& place, ReadContext
                        Media& media) {
     AtomWalker walker(atom.payload(), atom.payloadOffset());
     FirstOfType isFirst;
+    bool hasCombination = false;
     while (const auto child = walker.next()) {
         const AtomPlace childPlace{&place, child->type};
         Status read;
@@ -127,7 +137,8 @@ Status readInformation(const AtomView& atom, const AtomPlace& place, ReadContext
             case fourCharCode("vmhd"):
             case fourCharCode("smhd"):
             case fourCharCode("gmhd"):
-                readCombination(*child, place, media);
+                if (isFirst(child->type) && !hasCombination)
+                    hasCombination = readCombination(*child, place, media);
                 break;
             case fourCharCode("dinf"):
                 if (!isFirst(child->type))

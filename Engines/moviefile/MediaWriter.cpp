@@ -196,6 +196,17 @@ bool holdsSamples(const WriteContext& context, const Media& media) {
            media.samples.changed();
 }
 
+/// Whether a header of media information can be read; the first one that can is the media's.
+bool statesCombination(const AtomView& atom) {
+    const AtomPlace place{nullptr, atom.type};
+    if (atom.type == VideoMediaHeaderAtom::type)
+        return readFields<VideoMediaHeaderAtom>(atom, place).ok();
+    if (atom.type == SoundMediaHeaderAtom::type)
+        return readFields<SoundMediaHeaderAtom>(atom, place).ok();
+    const auto base = findChild(atom, BaseMediaInformationAtom::type);
+    return base && readFields<BaseMediaInformationAtom>(*base, place).ok();
+}
+
 void writeInformation(WriteContext& context, const Media& media, const AtomView* original) {
     const AtomScope scope =
         context.sink.open(fourCharCode("minf"), original ? original->headerSizeInBytes : 8);
@@ -203,16 +214,23 @@ void writeInformation(WriteContext& context, const Media& media, const AtomView*
         writeNewCombination(context, media);
         writeDataHandler(context, media);
     }
-    const auto onlyOld = [&](auto write) {
-        return [&context, &media, write](const AtomView* atom) {
-            if (atom)
-                write(context, media, atom);
+    bool hasCombination = false;
+    const auto onlyOwn = [&](auto write) {
+        return [&, write](const AtomView* atom) {
+            if (!atom)
+                return;
+            if (hasCombination || !statesCombination(*atom)) {
+                context.sink.bytes(atom->bytes);
+                return;
+            }
+            hasCombination = true;
+            write(context, media, atom);
         };
     };
     Merge()
-        .child(VideoMediaHeaderAtom::type, onlyOld(writeVideoHeader))
-        .child(SoundMediaHeaderAtom::type, onlyOld(writeSoundHeader))
-        .child(kBaseHeader, onlyOld(writeBaseHeader))
+        .child(VideoMediaHeaderAtom::type, onlyOwn(writeVideoHeader))
+        .child(SoundMediaHeaderAtom::type, onlyOwn(writeSoundHeader))
+        .child(kBaseHeader, onlyOwn(writeBaseHeader))
         .child(fourCharCode("dinf"),
                [&](const AtomView* atom) {
                    if (atom || !original || !media.dataReferences.empty())

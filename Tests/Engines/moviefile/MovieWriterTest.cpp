@@ -118,6 +118,20 @@ TEST(MovieWriter, StrangeAtomsAndStrayBytesStayWhereTheyAre) {
     EXPECT_TRUE(write(*read(strangeMovie())) == strangeMovie());
 }
 
+TEST(MovieWriter, OnlyTheFirstMediaInformationHeaderIsTheMediasOwn) {
+    const auto soundHeader = [](std::uint16_t balance) {
+        return atom("smhd", joined({u32(0), u16(balance), u16(balance)}));
+    };
+    const Bytes information =
+        atom("minf", joined({soundHeader(7), atom("vmhd", joined({u32(1), u16(36), zeros(6)})),
+                             soundHeader(9), dataInformation(), sampleTable()}));
+    const Bytes doubled =
+        movie(track({}, {}, atom("mdia", joined({mediaHeader(), handler("soun"), information}))));
+    const auto opened = read(doubled);
+    EXPECT_EQ(opened->tracks[0]->media->balance, 7);
+    EXPECT_TRUE(write(*opened) == doubled);
+}
+
 TEST(MovieWriter, AnEmptyListOfReferencesKeepsTheBytesBehindIt) {
     const Bytes references =
         atom("dref", joined({u32(0), u32(0), atom("url ", u32(1)), bytesOf("tail")}));
