@@ -88,6 +88,21 @@ std::optional<ForeignStream> streamOf(const AVStream& native) {
     return stream;
 }
 
+/// What the container says of an encoder's delay and padding.
+void takePadding(const AVPacket& native, ForeignPacket& packet) {
+    std::size_t size = 0;
+    const std::uint8_t* data = av_packet_get_side_data(&native, AV_PKT_DATA_SKIP_SAMPLES, &size);
+    if (!data || size < 8) {
+        return;
+    }
+    const auto littleEndian = [&](std::size_t at) {
+        return std::uint32_t(data[at]) | std::uint32_t(data[at + 1]) << 8 |
+               std::uint32_t(data[at + 2]) << 16 | std::uint32_t(data[at + 3]) << 24;
+    };
+    packet.framesInFront = littleEndian(0);
+    packet.framesBehind = littleEndian(4);
+}
+
 }  // namespace
 
 ForeignReader::ForeignReader(std::unique_ptr<State> state) : state_(std::move(state)) {}
@@ -177,6 +192,7 @@ Expected<std::optional<ForeignPacket>> ForeignReader::next() {
         result.packet.duration = std::max<std::int64_t>(in(native.duration), 0);
         result.packet.sync = (native.flags & AV_PKT_FLAG_KEY) != 0;
         nextTime = decode + result.packet.duration;
+        takePadding(native, result);
         const auto* bytes = reinterpret_cast<const std::byte*>(native.data);
         Packet owned = Packet::owning({bytes, bytes + native.size});
         result.packet.bytes = owned.bytes;

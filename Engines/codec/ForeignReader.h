@@ -44,6 +44,10 @@ struct ForeignPacket {
     Packet packet;
     /// Where in the file the demuxer found it; −1: unknown. Headers may stand in front.
     std::int64_t position = -1;
+    /// Of the decoded frames of sound, how many an encoder put in front and behind; they are not
+    /// meant to be heard.
+    std::uint32_t framesInFront = 0;
+    std::uint32_t framesBehind = 0;
 };
 
 class ForeignReader {

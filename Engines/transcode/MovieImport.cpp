@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <map>
 
 #include "Engines/codec/ByteOrder.h"
@@ -109,6 +110,9 @@ struct Import {
     /// When the first sample is shown and the last one ends, from the first sample's decode time.
     std::int64_t firstShown = INT64_MAX;
     std::int64_t lastShown = 0;
+    /// Without what an encoder of sound put in front and behind.
+    std::int64_t heardFrom = 0;
+    std::int64_t heardUntil = INT64_MAX;
 };
 
 /// Whether a packet only prepares later ones (the alternate reference pictures of VP8).
@@ -121,12 +125,14 @@ std::uint32_t durationFrom(std::int64_t value) {
     return static_cast<std::uint32_t>(std::clamp<std::int64_t>(value, 0, 0x7FFFFFFF));
 }
 
-class Importer {
+}  // namespace
+
+class MovieImport::Work {
   public:
-    Importer(const std::string& path, std::unique_ptr<ForeignReader> reader)
+    Work(const std::string& path, std::unique_ptr<ForeignReader> reader)
         : path_(path), reader_(std::move(reader)) {}
 
-    Expected<std::unique_ptr<timeline::Movie>> run() {
+    Status start() {
         timeline::DataReference reference = moviefile::makeFileReference(path_);
         auto store = moviefile::openDataReference(reference, nullptr);
         if (!store) {
@@ -144,11 +150,14 @@ class Importer {
             import.media->addDescription(
                 timeline::SampleDescription(timeline::SharedBytes::copyOf(stream.description)));
         }
-        const Status status = reader_->isPlainSound() ? takePlainSound() : takePackets();
-        if (!status) {
+        return reader_->isPlainSound() ? takePlainSound() : Status();
+    }
+
+    Expected<std::unique_ptr<timeline::Movie>> advance(std::size_t mostPackets) {
+        if (const Status status = takePackets(mostPackets); !status) {
             return status.failure();
         }
-        return build();
+        return reachedEnd_ ? build() : std::unique_ptr<timeline::Movie>();
     }
 
   private:
@@ -160,12 +169,14 @@ class Importer {
         }
         Import& import = imports_.begin()->second;
         if (!*first) {
+            reachedEnd_ = true;
             return {};
         }
         const auto start = whereIs(**first);
         if (!start) {
-            return takePackets(std::move(**first));
+            return take(**first);
         }
+        reachedEnd_ = true;
         // The header's word on the length holds as far as there are bytes.
         const auto frameSize = std::uint64_t(import.stream->bytesPerPcmFrame);
         std::uint64_t frames = (original_->size() - *start) / frameSize;
@@ -187,24 +198,22 @@ class Importer {
         return {};
     }
 
-    Status takePackets(std::optional<ForeignPacket> packet = std::nullopt) {
-        for (;;) {
-            if (!packet) {
-                auto next = reader_->next();
-                if (!next) {
-                    // What a cut-off file still holds is worth having.
-                    break;
-                }
-                packet = std::move(*next);
+    Status takePackets(std::size_t most) {
+        for (; most > 0 && !reachedEnd_; --most) {
+            auto packet = reader_->next();
+            // What a cut-off file still holds is worth having.
+            reachedEnd_ = !packet || !*packet;
+            if (reachedEnd_) {
+                return releaseAll();
             }
-            if (!packet) {
-                break;
-            }
-            if (auto status = take(*packet); !status) {
+            if (auto status = take(**packet); !status) {
                 return status;
             }
-            packet.reset();
         }
+        return {};
+    }
+
+    Status releaseAll() {
         for (auto& [number, import] : imports_) {
             // The media lasts as long as its last picture is shown.
             const std::int64_t end = std::max(import.heldTime + import.heldDuration,
@@ -260,8 +269,15 @@ class Importer {
         import.heldDuration = std::max<std::int64_t>(coded.duration, 1);
         import.holds = true;
         const std::int64_t shown = time - import.firstTime + import.held.compositionOffset;
+        const std::int64_t end = shown + import.heldDuration;
         import.firstShown = std::min(import.firstShown, shown);
-        import.lastShown = std::max(import.lastShown, shown + import.heldDuration);
+        import.lastShown = std::max(import.lastShown, end);
+        if (packet.framesInFront > 0) {
+            import.heardFrom = shown + packet.framesInFront;
+        }
+        if (packet.framesBehind > 0) {
+            import.heardUntil = end - packet.framesBehind;
+        }
         return {};
     }
 
@@ -352,16 +368,7 @@ class Importer {
 
     Expected<std::unique_ptr<timeline::Movie>> build() {
         auto movie = std::make_unique<timeline::Movie>();
-        for (auto& [number, import] : imports_) {
-            const ForeignStream& stream = *import.stream;
-            if (import.media->samples.sampleCount() == 0) {
-                continue;
-            }
-            const bool isVideo = stream.media == ForeignMedia::video;
-            if (isVideo) {
-                movie->timeScale = std::max(movie->timeScale, std::uint32_t(stream.timeScale));
-            }
-        }
+        movie->timeScale = movieScale(movie->timeScale);
         for (auto& [number, import] : imports_) {
             if (import.media->samples.sampleCount() == 0) {
                 continue;
@@ -377,6 +384,28 @@ class Importer {
         return movie;
     }
 
+    /// Units in which the movie's tracks begin and end where their samples do, as long as times in
+    /// them fit the 32 bits that movies have for them.
+    std::uint32_t movieScale(std::uint32_t least) const {
+        std::uint32_t ofPictures = 0;
+        std::uint32_t ofSound = 0;
+        double seconds = 0;
+        for (const auto& [number, import] : imports_) {
+            const auto scale = std::uint32_t(import.stream->timeScale);
+            if (import.media->samples.sampleCount() == 0) {
+                continue;
+            }
+            const bool isVideo = import.stream->media == ForeignMedia::video;
+            std::uint32_t& finest = isVideo ? ofPictures : ofSound;
+            finest = std::max(finest, scale);
+            seconds = std::max(seconds, double(import.media->samples.duration()) / scale);
+        }
+        if (ofPictures > 0) {
+            return std::max(least, ofPictures);
+        }
+        return (seconds + 1) * ofSound < 0x7FFFFFFF ? std::max(least, ofSound) : least;
+    }
+
     Status addTrack(timeline::Movie& movie, Import& import) {
         const ForeignStream& stream = *import.stream;
         const bool isVideo = stream.media == ForeignMedia::video;
@@ -390,9 +419,9 @@ class Importer {
         track.setEnabled(stream.enabled);
         // Decoding may begin before anything is shown; the edit begins where something is.
         const std::int64_t mediaStart =
-            import.started ? std::max<std::int64_t>(import.firstShown, 0) : 0;
-        const std::int64_t mediaEnd =
-            import.started ? import.lastShown : track.media->samples.duration();
+            import.started ? std::max(import.firstShown, import.heardFrom) : 0;
+        const std::int64_t mediaEnd = import.started ? std::min(import.lastShown, import.heardUntil)
+                                                     : track.media->samples.duration();
         const std::int64_t start = std::max<std::int64_t>(
             timeline::rescale(import.firstTime + mediaStart, stream.timeScale, movie.timeScale), 0);
         return mediaEnd > mediaStart
@@ -427,16 +456,34 @@ class Importer {
     std::vector<std::byte> scratch_;
     std::uint32_t descriptionIndex_ = 1;
     std::uint64_t done_ = 0;
+    bool reachedEnd_ = false;
 };
 
-}  // namespace
+MovieImport::MovieImport(std::unique_ptr<Work> work) : work_(std::move(work)) {}
+MovieImport::~MovieImport() = default;
 
-Expected<std::unique_ptr<timeline::Movie>> importMovie(const std::string& path) {
+Expected<std::unique_ptr<MovieImport>> MovieImport::open(const std::string& path) {
     auto reader = ForeignReader::open(path);
     if (!reader) {
         return reader.failure();
     }
-    return Importer(path, std::move(*reader)).run();
+    auto work = std::make_unique<Work>(path, std::move(*reader));
+    if (const Status status = work->start(); !status) {
+        return status.failure();
+    }
+    return std::unique_ptr<MovieImport>(new MovieImport(std::move(work)));
+}
+
+Expected<std::unique_ptr<timeline::Movie>> MovieImport::advance(std::size_t mostPackets) {
+    return work_->advance(mostPackets);
+}
+
+Expected<std::unique_ptr<timeline::Movie>> importMovie(const std::string& path) {
+    auto import = MovieImport::open(path);
+    if (!import) {
+        return import.failure();
+    }
+    return (*import)->advance(std::numeric_limits<std::size_t>::max());
 }
 
 }  // namespace TWQuickTime::transcode

@@ -5,6 +5,7 @@
 // with the movie.
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <string>
 
@@ -15,5 +16,27 @@ namespace TWQuickTime::transcode {
 
 /// `notFound` when there is no such file, `unsupported` or `damaged` when it is of no known format.
 result::Expected<std::unique_ptr<timeline::Movie>> importMovie(const std::string& path);
+
+/// The same in slices, for who has other things to do meanwhile.
+///
+///     auto import = MovieImport::open(path);
+///     std::unique_ptr<timeline::Movie> movie;
+///     while (!movie) movie = *(*import)->advance(2000);   // failures left out
+class MovieImport {
+  public:
+    static result::Expected<std::unique_ptr<MovieImport>> open(const std::string& path);
+    ~MovieImport();
+    MovieImport(const MovieImport&) = delete;
+    MovieImport& operator=(const MovieImport&) = delete;
+
+    /// Looks at up to so many further packets of the file.
+    /// @return the movie when that were all of them, which ends the import; null before
+    result::Expected<std::unique_ptr<timeline::Movie>> advance(std::size_t mostPackets);
+
+  private:
+    class Work;
+    explicit MovieImport(std::unique_ptr<Work> work);
+    std::unique_ptr<Work> work_;
+};
 
 }  // namespace TWQuickTime::transcode
