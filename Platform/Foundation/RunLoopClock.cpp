@@ -3,6 +3,7 @@
 #include <time.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <optional>
 
 #include "NSRunLoop.h"
@@ -19,6 +20,13 @@ class SteadyClock : public RunLoopClock {
         return std::int64_t{now.tv_sec} * 1'000'000'000 + now.tv_nsec;
     }
     bool isSteadyClock() const override { return true; }
+    void sleepForSeconds(double seconds) override {
+        const std::int64_t end = sumWithinRange(
+            nowInNanoseconds(), std::max<std::int64_t>(nanosecondsFromSeconds(seconds), 0));
+        const timespec wake{end / 1'000'000'000, end % 1'000'000'000};
+        while (clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &wake, nullptr) == EINTR) {
+        }
+    }
 };
 
 }  // namespace
@@ -38,6 +46,10 @@ void ManualClock::loopWasAttached(const std::shared_ptr<NSRunLoop>& loop) {
     std::lock_guard lock(mutex_);
     std::erase_if(loops_, [](const auto& old) { return old.expired(); });
     loops_.push_back(loop);
+}
+
+void ManualClock::sleepForSeconds(double seconds) {
+    now_ = sumWithinRange(now_, std::max<std::int64_t>(nanosecondsFromSeconds(seconds), 0));
 }
 
 void ManualClock::advance(double seconds) {

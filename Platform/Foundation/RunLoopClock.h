@@ -28,6 +28,8 @@ class TWQT_EXPORT RunLoopClock {
     /// Never goes back; any thread. What 0 stands for is the clock's own affair.
     virtual std::int64_t nowInNanoseconds() const = 0;
     double nowInSeconds() const { return static_cast<double>(nowInNanoseconds()) * 1e-9; }
+    /// Returns when so much of this clock's time has gone by; loops do not run meanwhile.
+    virtual void sleepForSeconds(double seconds) = 0;
 
     /// Whether the machine's steady clock runs along with this one, so that a loop may let the
     /// kernel wake it. A loop with another clock is woken by nothing but posts and its owner.
@@ -47,6 +49,8 @@ class TWQT_EXPORT ManualClock : public RunLoopClock {
 
     std::int64_t nowInNanoseconds() const override { return now_.load(); }
     void loopWasAttached(const std::shared_ptr<NSRunLoop>& loop) override;
+    /// Moves the time forward at once.
+    void sleepForSeconds(double seconds) override;
 
     /// Moves the time forward, stopping at every deadline on the way, and fires there what is due
     /// in the calling thread's loop, in its default mode, if it uses this clock. A perform that a

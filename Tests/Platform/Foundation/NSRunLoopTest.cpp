@@ -467,6 +467,31 @@ TEST(NSRunLoop, AnObjectThatOutlivesTheLoopOfItsThreadGetsAClosedOne) {
     EXPECT_FALSE(tookABlock);
 }
 
+TEST(NSRunLoop, ASleepOnAManualClockMovesTheTimeAndRunsNothing) {
+    const auto loop = NSRunLoop::currentRunLoop();
+    const auto clock = std::make_shared<ManualClock>();
+    loop->setClock(clock);
+    int performs = 0;
+    const auto target = std::make_shared<int>(0);
+    loop->performSelector(
+        target, "count", [&](void*) { ++performs; }, 0.5);
+    const double before = clock->nowInSeconds();
+    clock->sleepForSeconds(1);
+    clock->sleepForSeconds(-1);
+    EXPECT_EQ(clock->nowInSeconds(), before + 1);
+    EXPECT_EQ(performs, 0);
+    loop->runOnce();
+    EXPECT_EQ(performs, 1);
+    loop->setClock(nullptr);
+}
+
+TEST(NSRunLoop, ASleepOnTheSteadyClockTakesItsTime) {
+    RunLoopClock& clock = *RunLoopClock::steadyClock();
+    const std::int64_t before = clock.nowInNanoseconds();
+    clock.sleepForSeconds(0.002);
+    EXPECT_GE(clock.nowInNanoseconds() - before, 2'000'000);
+}
+
 TEST(NSRunLoop, AManualClockWakesTheLoopsOfOtherThreads) {
     const auto clock = std::make_shared<ManualClock>();
     std::promise<void> scheduled;
