@@ -8,6 +8,7 @@
 #include "Engines/timeline/Geometry.h"
 #include "Private/DrawingRecord.h"
 #include "Private/GWorldRecord.h"
+#include "Private/MovieLoading.h"
 #include "Private/RecordCalls.h"
 #include "Private/StatusOfFailure.h"
 
@@ -198,8 +199,11 @@ void SetMovieCoverProcs(Movie movie, MovieRgnCoverUPP uncoverProc, MovieRgnCover
 OSErr MoviesTask(Movie movie, std::int32_t) {
     if (!movie)
         return noErr;
-    return workOnObject("MoviesTask", movie,
-                        [&](MovieRecord& record) { return draw(movie, record); });
+    return workOnObject("MoviesTask", movie, [&](MovieRecord& record) {
+        if (record.loading)
+            record.loading->takeTurn(record);
+        return draw(movie, record);
+    });
 }
 
 }  // namespace TWQuickTime

@@ -33,9 +33,11 @@ TWQT_EXPORT void GetMovieGWorld(Movie movie, CGrafPtr* port, const void** device
 /// @param coverProc  kept, never called: what covers a movie's places is its tracks alone
 TWQT_EXPORT void SetMovieCoverProcs(Movie movie, MovieRgnCoverUPP uncoverProc,
                                     MovieRgnCoverUPP coverProc, RefCon refCon);
-/// Draws the frame of the movie's current time into its box in its world, if it has one.
+/// Gives a movie that was opened with newMovieAsyncOK a turn of loading, and draws the frame of the
+/// movie's current time into its box in its world, if it has one.
 /// @param movie  null for none
-/// @param maxMilliSecToUse  0; one frame is drawn however long it takes
+/// @param maxMilliSecToUse  0; a turn takes some milliseconds, and one frame is drawn however long
+/// it takes
 /// @return also through GetMoviesError(): the decoder's status when the frame cannot be decoded
 TWQT_EXPORT OSErr MoviesTask(Movie movie, std::int32_t maxMilliSecToUse);
 

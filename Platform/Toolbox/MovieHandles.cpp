@@ -3,12 +3,26 @@
 #include "Movies.h"
 #include "Private/DataReferencePath.h"
 #include "Private/HandleBytes.h"
+#include "Private/MovieLoading.h"
 #include "Private/NewMediaData.h"
 #include "Private/OpenMovie.h"
 #include "Private/RecordCalls.h"
 #include "Private/StatusOfFailure.h"
 
 namespace TWQuickTime {
+namespace {
+
+result::Expected<std::unique_ptr<MovieRecord>> beginLoading(const std::string& path,
+                                                            std::int32_t flags) {
+    auto loading = MovieLoading::begin(path, flags);
+    if (!loading)
+        return loading.failure();
+    auto record = std::make_unique<MovieRecord>(std::make_unique<timeline::Movie>());
+    record->loading = std::move(*loading);
+    return record;
+}
+
+}  // namespace
 
 OSErr NewMovieFromDataRef(Movie* movie, std::int16_t flags, std::int16_t* resourceID,
                           Handle dataRef, OSType dataRefType) {
@@ -24,11 +38,19 @@ OSErr NewMovieFromDataRef(Movie* movie, std::int16_t flags, std::int16_t* resour
     const NSString path = dataReferencePath(dataRef, dataRefType);
     if (!path)
         return call.fail(invalidDataRef);
-    auto opened = openMovieAtPath(path.utf8(), flags);
+    auto opened = (flags & newMovieAsyncOK) ? beginLoading(path.utf8(), flags)
+                                            : openMovieAtPath(path.utf8(), flags);
     if (!opened)
         return call.fail(statusOfOpeningFailure(opened.failure()));
     *movie = opened->release();
     return call.succeed();
+}
+
+std::int32_t GetMovieLoadState(Movie movie) {
+    return readObject("GetMovieLoadState", movie, kMovieLoadStateError,
+                      [](const MovieRecord& record) {
+                          return record.loading ? record.loading->state() : kMovieLoadStateComplete;
+                      });
 }
 
 OSErr PutMovieIntoHandle(Movie movie, Handle handle) {

@@ -7,6 +7,7 @@
 
 #include "Private/ComponentTable.h"
 #include "Private/MovieFileStorage.h"
+#include "Private/MovieLoading.h"
 
 namespace TWQuickTime {
 namespace {

@@ -47,6 +47,17 @@ inline constexpr std::int32_t newMovieDontAskUnresolvedDataRefs = 4;
 inline constexpr std::int32_t newMovieDontAutoAlternates = 8;
 inline constexpr std::int32_t newMovieAsyncOK = 0x100;
 
+// How far a movie has been loaded.
+inline constexpr std::int32_t kMovieLoadStateError = -1;
+/// Tracks and duration are not known yet.
+inline constexpr std::int32_t kMovieLoadStateLoading = 1000;
+inline constexpr std::int32_t kMovieLoadStateLoaded = 2000;
+/// Playing may begin.
+inline constexpr std::int32_t kMovieLoadStatePlayable = 10000;
+/// Playing will not run out of data.
+inline constexpr std::int32_t kMovieLoadStatePlaythroughOK = 20000;
+inline constexpr std::int32_t kMovieLoadStateComplete = 100000;
+
 // Flags of the calls that make a movie file.
 inline constexpr std::uint32_t createMovieFileDeleteCurFile = 0x80000000;
 inline constexpr std::uint32_t createMovieFileDontCreateMovie = 0x40000000;

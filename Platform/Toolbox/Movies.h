@@ -20,10 +20,15 @@ TWQT_EXPORT Movie NewMovie(std::int32_t flags);
 TWQT_EXPORT void DisposeMovie(Movie movie);
 
 /// Reads the movie that a data reference leads to; media data stay where they are.
+/// @param flags  with newMovieAsyncOK the movie comes back empty, and MoviesTask loads it
 /// @param resourceID  may be null; one file holds one movie, and 0 comes back
 /// @return -50 for no place or no reference, -2048 when there is no movie in the file
 TWQT_EXPORT OSErr NewMovieFromDataRef(Movie* movie, std::int16_t flags, std::int16_t* resourceID,
                                       Handle dataRef, OSType dataRefType);
+
+/// How far the movie has been loaded: one of the kMovieLoadState… values; an error (-1) too for
+/// what is no movie.
+TWQT_EXPORT std::int32_t GetMovieLoadState(Movie movie);
 
 /// Makes the handle hold the movie atom: everything but the media data, which stay where they are.
 TWQT_EXPORT OSErr PutMovieIntoHandle(Movie movie, Handle handle);

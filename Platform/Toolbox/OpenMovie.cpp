@@ -3,23 +3,18 @@
 #include "Engines/moviefile/DataReferences.h"
 #include "Engines/moviefile/MovieReader.h"
 #include "Engines/moviefile/MovieWriter.h"
+#include "Engines/transcode/MovieImport.h"
 #include "Private/MemoryReferences.h"
 #include "Private/MovieFileStorage.h"
 
 namespace TWQuickTime {
 namespace {
 
-ForeignMovieOpener& foreignMovieOpener() {
-    static ForeignMovieOpener opener;
-    return opener;
-}
-
 result::Expected<std::unique_ptr<MovieRecord>> openForeignMovie(const std::string& path,
                                                                 const result::Failure& why) {
-    if (!foreignMovieOpener() || why.kind == result::FailureKind::permission ||
-        why.kind == result::FailureKind::io)
+    if (!mayBeForeign(why))
         return why;
-    auto movie = foreignMovieOpener()(path);
+    auto movie = transcode::importMovie(path);
     if (!movie)
         return why;
     return std::make_unique<MovieRecord>(std::move(*movie));
@@ -63,17 +58,24 @@ void followReference(timeline::DataReference& reference) {
 
 }  // namespace
 
-void setForeignMovieOpener(ForeignMovieOpener opener) {
-    foreignMovieOpener() = std::move(opener);
+bool mayBeForeign(const result::Failure& failure) {
+    return failure.kind != result::FailureKind::permission &&
+           failure.kind != result::FailureKind::io;
 }
 
 result::Expected<std::unique_ptr<MovieRecord>> openMovieAtPath(const std::string& path,
                                                                std::int32_t flags) {
+    auto record = openMovieWithAtom(path, flags);
+    return record ? std::move(record) : openForeignMovie(path, record.failure());
+}
+
+result::Expected<std::unique_ptr<MovieRecord>> openMovieWithAtom(const std::string& path,
+                                                                 std::int32_t flags) {
     moviefile::ReadOptions options;
     options.resolveReferences = (flags & newMovieDontResolveDataRefs) == 0;
     auto opened = moviefile::openMovieFile(path, moviefile::Access::read, options);
     if (!opened)
-        return openForeignMovie(path, opened.failure());
+        return opened.failure();
     auto record = std::make_unique<MovieRecord>(std::move(opened->movie));
     record->file = opened->self;
     record->storage = MovieStorage::openStorageOfFile(path);

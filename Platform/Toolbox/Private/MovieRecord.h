@@ -19,6 +19,7 @@
 namespace TWQuickTime {
 
 class MovieAtomUse;
+class MovieLoading;
 struct MovieDrawing;
 class MovieStorage;
 
@@ -78,6 +79,8 @@ struct MovieRecord {
     std::shared_ptr<timeline::SampleStore> memory;
     /// The part of its file that the movie still reads tables from.
     std::unique_ptr<MovieAtomUse> atomUse;
+    /// What still loads the movie, or failed to; none for one that was opened at once.
+    std::unique_ptr<MovieLoading> loading;
     /// World, procedures and decoders of drawing; none until the movie is drawn.
     std::unique_ptr<MovieDrawing> drawing;
 

@@ -1,7 +1,6 @@
 // Opening movies for the toolbox, from files and from movie atoms in memory.
 #pragma once
 
-#include <functional>
 #include <memory>
 #include <string>
 
@@ -12,18 +11,18 @@
 
 namespace TWQuickTime {
 
-/// Opens files that are no movie files as movies whose samples stay where they are.
-using ForeignMovieOpener =
-    std::function<result::Expected<std::unique_ptr<timeline::Movie>>(const std::string& path)>;
-/// Installs the one opener that is asked about files without a movie; to be called while the
-/// library is loaded.
-void setForeignMovieOpener(ForeignMovieOpener opener);
-
-/// A new record of the movie at a path. New samples go to the storage that is open for the file, if
+/// A new record of the movie at a path: of the movie that the file holds, or of what a file of
+/// another format can be seen as. New samples go to the storage that is open for the file, if
 /// there is one.
 /// @param flags  newMovie… flags
 result::Expected<std::unique_ptr<MovieRecord>> openMovieAtPath(const std::string& path,
                                                                std::int32_t flags);
+
+/// As above, for files that hold a movie only.
+result::Expected<std::unique_ptr<MovieRecord>> openMovieWithAtom(const std::string& path,
+                                                                 std::int32_t flags);
+/// Whether a file that did not open so may be of another format.
+bool mayBeForeign(const result::Failure& failure);
 
 /// The movie as one movie atom whose data references can be followed from anywhere in this process.
 result::Expected<std::vector<std::byte>> movieAtomForHandle(const timeline::Movie& movie);
