@@ -1,20 +1,18 @@
 #include "QTMovie.h"
 
-#include <algorithm>
 #include <array>
-#include <limits>
 
 #include "Apertures.h"
 #include "DataReferences.h"
 #include "Handles.h"
 #include "Movies.h"
+#include "Private/MovieLoader.h"
+#include "Private/MoviePlayback.h"
 #include "QTTrack.h"
 #include "Tracks.h"
 
 namespace TWQuickTime {
 namespace {
-
-constexpr std::int32_t kLoadStateComplete = 100000;
 
 struct NamedMode {
     const char* name;
@@ -34,13 +32,13 @@ void give(NSError* error, OSStatus status) {
             status == noErr ? NSError() : NSError::errorWithDomain(NSOSStatusErrorDomain, status);
 }
 
-OSErr openMovie(const NSString& path, Movie* movie) {
+OSErr openMovie(const NSString& path, std::int16_t flags, Movie* movie) {
     Handle reference = nullptr;
     OSType type = 0;
     OSErr status = QTNewDataReferenceFromFullPathCFString(path, kQTNativeDefaultPathStyle, 0,
                                                           &reference, &type);
     if (status == noErr)
-        status = NewMovieFromDataRef(movie, newMovieActive, nullptr, reference, type);
+        status = NewMovieFromDataRef(movie, flags, nullptr, reference, type);
     if (reference)
         DisposeHandle(reference);
     return status;
@@ -53,7 +51,12 @@ bool hasTrackOf(Movie movie, OSType characteristic) {
 
 }  // namespace
 
+QTMovieDelegate::~QTMovieDelegate() = default;
+
 QTMovie::~QTMovie() {
+    // They work on the toolbox's movie.
+    loader_.reset();
+    playback_.reset();
     if (disposesOfMovie_)
         DisposeMovie(movie_);
 }
@@ -61,18 +64,24 @@ QTMovie::~QTMovie() {
 void QTMovie::adopt(Movie movie, bool disposeWhenDone) {
     movie_ = movie;
     disposesOfMovie_ = disposeWhenDone;
+    playback_ = std::make_shared<MoviePlayback>(movie, notifier());
 }
 
 bool QTMovie::openWithAttributes(const NSDictionary& attributes, NSError* error) {
     const NSString path = attributes.objectForKey(QTMovieFileNameAttribute).stringValue();
+    const bool goesOnLater = attributes.objectForKey(QTMovieOpenAsyncOKAttribute).boolValue();
+    const auto flags =
+        static_cast<std::int16_t>(newMovieActive | (goesOnLater ? newMovieAsyncOK : 0));
     Movie movie = nullptr;
-    const OSErr status = path ? openMovie(path, &movie) : paramErr;
+    const OSErr status = path ? openMovie(path, flags, &movie) : paramErr;
     give(error, status);
     if (status != noErr)
         return false;
     adopt(movie, true);
     for (const NSDictionary::Entry& entry : attributes)
-        attributes_[entry.first] = entry.second;
+        setAttribute(entry.second, entry.first);
+    if (goesOnLater)
+        startLoading();
     return true;
 }
 
@@ -104,17 +113,7 @@ std::shared_ptr<QTMovie> QTMovie::movieWithQuickTimeMovie(Movie movie, bool disp
 }
 
 QTTime QTMovie::duration() const {
-    return QTMakeTime(GetMovieDuration(movie_), GetMovieTimeScale(movie_));
-}
-
-QTTime QTMovie::currentTime() const {
-    return QTMakeTime(GetMovieTime(movie_, nullptr), GetMovieTimeScale(movie_));
-}
-
-void QTMovie::setCurrentTime(QTTime time) {
-    const QTTime scaled = QTMakeTimeScaled(time, GetMovieTimeScale(movie_));
-    SetMovieTimeValue(movie_, static_cast<TimeValue>(std::clamp<std::int64_t>(
-                                  scaled.timeValue, 0, std::numeric_limits<TimeValue>::max())));
+    return playback_->duration();
 }
 
 std::vector<std::shared_ptr<QTTrack>> QTMovie::tracks() {
@@ -143,7 +142,13 @@ QTAttributeValue QTMovie::attributeForKey(const NSString& attributeKey) const {
     if (attributeKey == QTMovieCurrentTimeAttribute)
         return currentTime();
     if (attributeKey == QTMovieLoadStateAttribute)
-        return kLoadStateComplete;
+        return loader_ ? loader_->state() : GetMovieLoadState(movie_);
+    if (attributeKey == QTMovieSoundOutputStatusAttribute)
+        return playback_->outputStatus();
+    if (attributeKey == QTMovieSoundOutputNameAttribute) {
+        const NSString name = playback_->outputName();
+        return name.isNil() ? QTAttributeValue() : QTAttributeValue(name);
+    }
     if (attributeKey == QTMovieHasApertureModeDimensionsAttribute)
         return MovieHasApertureModeDimensions(movie_);
     if (attributeKey == QTMovieHasVideoAttribute)
@@ -170,6 +175,14 @@ void QTMovie::setAttribute(const QTAttributeValue& value, const NSString& forKey
                 SetMovieApertureMode(movie_, named.mode);
     } else {
         attributes_[forKey] = value;
+        if (forKey == QTMovieSelectionAttribute || forKey == QTMoviePlaysSelectionOnlyAttribute)
+            applyRange();
+        else if (forKey == QTMovieLoopsAttribute)
+            playback_->setLoops(value.boolValue());
+        else if (forKey == QTMovieSoundOutputAttribute)
+            playback_->setOutput(value.stringValue());
+        else if (forKey == QTMovieSoundFileAttribute)
+            playback_->setSoundFile(value.stringValue());
     }
 }
 

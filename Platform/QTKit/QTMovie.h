@@ -7,6 +7,11 @@
 //     std::shared_ptr<QTMovie> movie = QTMovie::movieWithFile(path, &error);
 //     if (!movie) return show(error.localizedDescription());
 //     QTTime duration = movie->duration();
+//     movie->play();
+//
+// Playing, and opening with QTMovieOpenAsyncOKAttribute, happen on the run loop of the thread that
+// asked for it; that loop must run, and the notifications are posted on it. A movie belongs to one
+// thread at a time.
 #pragma once
 
 #include <cstdint>
@@ -32,7 +37,8 @@ class QTTrack;
 // Attributes. Those marked with * are read only.
 /// Path of the file (text).
 inline constexpr const char* QTMovieFileNameAttribute = "QTMovieFileNameAttribute";
-/// Whether opening may go on in the background (bool).
+/// Whether opening may return before the movie is loaded, and go on on the run loop (bool). A movie
+/// that is not loaded yet has no tracks and no length.
 inline constexpr const char* QTMovieOpenAsyncOKAttribute = "QTMovieOpenAsyncOKAttribute";
 /// Whether the movie may be changed (bool).
 inline constexpr const char* QTMovieEditableAttribute = "QTMovieEditableAttribute";
@@ -42,15 +48,28 @@ inline constexpr const char* QTMovieTimeScaleAttribute = "QTMovieTimeScaleAttrib
 inline constexpr const char* QTMovieDurationAttribute = "QTMovieDurationAttribute";
 /// Where the movie stands (QTTime).
 inline constexpr const char* QTMovieCurrentTimeAttribute = "QTMovieCurrentTimeAttribute";
-/// * How far loading has come: 2000 loaded, 100000 complete, -1 an error (number).
+/// * How far loading has come (number): 1000 loading, 2000 loaded, 10000 playable, 20000 playing
+/// will not run out of data, 100000 complete, -1 an error. May be asked on any thread.
 inline constexpr const char* QTMovieLoadStateAttribute = "QTMovieLoadStateAttribute";
 /// Start and length of the selection (QTTimeRange).
 inline constexpr const char* QTMovieSelectionAttribute = "QTMovieSelectionAttribute";
-/// Whether only the selection is played (bool).
+/// Whether only the selection is played (bool). A movie that stands outside of it moves to its
+/// start; one that plays goes on from there.
 inline constexpr const char* QTMoviePlaysSelectionOnlyAttribute =
     "QTMoviePlaysSelectionOnlyAttribute";
-/// Whether playing begins anew at the end (bool).
+/// Whether playing begins anew at the end, without a gap (bool). An empty selection ends all the
+/// same.
 inline constexpr const char* QTMovieLoopsAttribute = "QTMovieLoopsAttribute";
+/// Where the sound goes, from the next play() on (text): the name of an output, as
+/// soundOutputNames lists them, or "silent"; absent: the best there is. When it does not answer or
+/// disappears, time runs on in silence until it is there. While the run loop has a clock that is
+/// moved by hand, the output is silent.
+inline constexpr const char* QTMovieSoundOutputAttribute = "QTMovieSoundOutputAttribute";
+/// Path of a WAV file of 32-bit floats that gets, from the next play() on, what an output would get
+/// (text); absent: no file.
+inline constexpr const char* QTMovieSoundFileAttribute = "QTMovieSoundFileAttribute";
+/// * The output in use (text): its own name; none before one has answered.
+inline constexpr const char* QTMovieSoundOutputNameAttribute = "QTMovieSoundOutputNameAttribute";
 /// One of the QTMovieApertureMode… names (text).
 inline constexpr const char* QTMovieApertureModeAttribute = "QTMovieApertureModeAttribute";
 /// * Whether any track has dimensions for the aperture modes (bool).
@@ -59,6 +78,25 @@ inline constexpr const char* QTMovieHasApertureModeDimensionsAttribute =
 /// * Whether there are enabled tracks of pictures, of sound (bool).
 inline constexpr const char* QTMovieHasVideoAttribute = "QTMovieHasVideoAttribute";
 inline constexpr const char* QTMovieHasAudioAttribute = "QTMovieHasAudioAttribute";
+
+/// * Status of the output that was asked for (number): 0 while it plays, else why it does not.
+inline constexpr const char* QTMovieSoundOutputStatusAttribute =
+    "QTMovieSoundOutputStatusAttribute";
+
+// Notifications; their object is the movie.
+inline constexpr const char* QTMovieLoadStateDidChangeNotification =
+    "QTMovieLoadStateDidChangeNotification";
+/// Also at the end of what is played.
+inline constexpr const char* QTMovieRateDidChangeNotification = "QTMovieRateDidChangeNotification";
+/// What is played has ended and does not loop; comes behind the change of the rate.
+inline constexpr const char* QTMovieDidEndNotification = "QTMovieDidEndNotification";
+/// The time was set; not while it runs by itself.
+inline constexpr const char* QTMovieTimeDidChangeNotification = "QTMovieTimeDidChangeNotification";
+inline constexpr const char* QTMovieVolumeDidChangeNotification =
+    "QTMovieVolumeDidChangeNotification";
+/// Another output plays, because one came or went.
+inline constexpr const char* QTMovieSoundOutputDidChangeNotification =
+    "QTMovieSoundOutputDidChangeNotification";
 
 // Aperture modes.
 inline constexpr const char* QTMovieApertureModeClassic = "QTMovieApertureModeClassic";
@@ -88,10 +126,18 @@ inline constexpr std::int32_t QTMovieOperationBeginPhase = 0;
 inline constexpr std::int32_t QTMovieOperationUpdatePercentPhase = 1;
 inline constexpr std::int32_t QTMovieOperationEndPhase = 2;
 
+class MovieLoader;
+class MoviePlayback;
 class QTMovie;
 
 /// What a client hears of a movie; an empty member is a method that it does not have.
-struct QTMovieDelegate {
+/// Classes of movies that tell more derive delegates of their own from it.
+struct TWQT_EXPORT QTMovieDelegate {
+    QTMovieDelegate() = default;
+    virtual ~QTMovieDelegate();
+    QTMovieDelegate(const QTMovieDelegate&) = default;
+    QTMovieDelegate& operator=(const QTMovieDelegate&) = default;
+
     /// Called on the thread that the operation runs on.
     /// @param operation  "Export" or "Flatten"
     /// @param atPercent  0.0 to 1.0
@@ -114,7 +160,8 @@ class TWQT_EXPORT QTMovie : public std::enable_shared_from_this<QTMovie> {
     /// @param error  may be null; nil on success, else of the domain NSOSStatusErrorDomain
     static std::shared_ptr<QTMovie> movieWithFile(const NSString& fileName, NSError* error);
     static std::shared_ptr<QTMovie> initWithFile(const NSString& fileName, NSError* error);
-    /// Opens what QTMovieFileNameAttribute names; other attributes are kept as they are given.
+    /// Opens what QTMovieFileNameAttribute names; other attributes are set as they are given. With
+    /// QTMovieOpenAsyncOKAttribute only a file that cannot be read at all gives none.
     /// (initWithAttributes:error:)
     static std::shared_ptr<QTMovie> initWithAttributes(const NSDictionary& attributes,
                                                        NSError* error);
@@ -127,9 +174,34 @@ class TWQT_EXPORT QTMovie : public std::enable_shared_from_this<QTMovie> {
     Movie quickTimeMovie() const { return movie_; }
 
     virtual QTTime duration() const;
+    /// While the movie plays: what is heard now, in units of a frame of sound. It never goes back
+    /// but for a loop and a set time.
     virtual QTTime currentTime() const;
-    /// Limited to the movie's extent.
+    /// Limited to the movie's extent. A movie that plays goes on from there.
     virtual void setCurrentTime(QTTime time);
+
+    /// Movie seconds per second; 0 while the movie stands.
+    virtual float rate() const;
+    /// Plays at any rate above 0 (outside of 1/100 to 100 at the nearest of these), or stops. A
+    /// movie at the end of what is played begins anew; one that is not loaded yet starts when it
+    /// is.
+    /// @return -50 for a negative rate, which is not supported, and for what is no number; else the
+    ///     status of a sound that cannot be decoded. The rate is unchanged then
+    virtual OSErr setRate(float rate);
+    /// Sets the rate 1, and 0.
+    virtual void play();
+    virtual void stop();
+
+    /// 0 to 1; a new movie has its preferred volume. A change is heard as a ramp of a few
+    /// milliseconds.
+    virtual float volume() const;
+    /// Values outside of 0 to 1 are limited.
+    virtual void setVolume(float volume);
+    /// The greatest absolute sample that was played since the last call; full scale is 1.
+    float takeSoundPeak();
+    /// Names for QTMovieSoundOutputAttribute of what is there now. Asks the sound server, which may
+    /// take half a second; any thread.
+    static std::vector<NSString> soundOutputNames();
 
     std::vector<std::shared_ptr<QTTrack>> tracks();
     /// (tracksOfMediaType:)
@@ -176,8 +248,14 @@ class TWQT_EXPORT QTMovie : public std::enable_shared_from_this<QTMovie> {
 
   private:
     void adopt(Movie movie, bool disposeWhenDone);
+    void startLoading();
+    void loadStateDidChange();
+    void applyRange();
+    std::function<void(const char*)> notifier();
 
     Movie movie_ = nullptr;
+    std::shared_ptr<MoviePlayback> playback_;
+    std::shared_ptr<MovieLoader> loader_;
     std::weak_ptr<QTMovieDelegate> delegate_;
     bool disposesOfMovie_ = false;
     std::unordered_map<NSString, QTAttributeValue> attributes_;
