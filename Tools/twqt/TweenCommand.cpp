@@ -7,12 +7,11 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
-#include <cmath>
 #include <iostream>
 
 #include "Command.h"
 #include "CommandFailure.h"
+#include "EnvelopeArgument.h"
 #include "JsonOutput.h"
 #include "MovieArgument.h"
 
@@ -30,40 +29,16 @@ struct TweenOptions {
     bool json = false;
 };
 
-/// A finite number that is all of the text.
-std::optional<double> parseNumber(std::string_view text) {
-    double value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    const bool whole = error == std::errc() && end == text.data() + text.size();
-    return whole && std::isfinite(value) ? std::optional(value) : std::nullopt;
-}
-
-std::vector<std::string_view> split(std::string_view text, char separator) {
-    std::vector<std::string_view> parts;
-    for (std::size_t start = 0; start <= text.size();) {
-        const std::size_t end = std::min(text.find(separator, start), text.size());
-        parts.push_back(text.substr(start, end - start));
-        start = end + 1;
-    }
-    return parts;
-}
-
-NSArray parseEnvelope(const std::string& text) {
+NSArray envelopeOf(const std::string& text) {
     NSArray envelope = NSArray::array();
-    for (const std::string_view point : split(text, ',')) {
-        const auto parts = split(point, ':');
-        const auto time = parts.size() == 2 ? parseNumber(parts[0]) : std::nullopt;
-        const auto volume = parts.size() == 2 ? parseNumber(parts[1]) : std::nullopt;
-        if (!time || !volume || *time < 0)
-            throw usageFailure("--envelope " + text, "points are written seconds:volume");
-        envelope.addObject(NSDictionary{{QTAudioVolumeTweenEnvelopeTimeKey, *time},
-                                        {QTAudioVolumeTweenEnvelopeVolumeKey, *volume}});
-    }
+    for (const EnvelopePoint& point : parseEnvelope(text))
+        envelope.addObject(NSDictionary{{QTAudioVolumeTweenEnvelopeTimeKey, point.seconds},
+                                        {QTAudioVolumeTweenEnvelopeVolumeKey, point.volume}});
     return envelope;
 }
 
 std::array<double, 4> parseTrapezoid(const std::string& text) {
-    const auto parts = split(text, ',');
+    const auto parts = splitText(text, ',');
     std::array<double, 4> times{};
     for (std::size_t i = 0; i < times.size(); ++i) {
         const auto time = parts.size() == times.size() ? parseNumber(parts[i]) : std::nullopt;
@@ -86,7 +61,7 @@ std::vector<std::int32_t> tweenTrackIDs(Movie movie) {
 }
 
 void addEnvelope(const TweenOptions& options, Movie movie, Track audioTrack) {
-    const NSArray envelope = parseEnvelope(options.envelope);
+    const NSArray envelope = envelopeOf(options.envelope);
     NSError error;
     const std::shared_ptr<QTMovie> object = QTMovie::movieWithQuickTimeMovie(movie, false, &error);
     const auto track = QTTrack::trackWithQuickTimeTrack(object, audioTrack);
