@@ -5,6 +5,7 @@
 #include <thread>
 
 #include "Engines/playback/Conductor.h"
+#include "Engines/transcode/SoundEnd.h"
 
 namespace TWQuickTime::playback {
 
@@ -20,6 +21,14 @@ constexpr double kFastestRate = 100;
 constexpr float kGreatestGain = 100;
 constexpr codec::SoundFormat kFormatOfSilence{2, 48000};
 
+std::int64_t durationOf(const timeline::Movie& movie, std::int64_t rate) {
+    std::int64_t end = 0;
+    for (const auto& track : movie.tracks) {
+        end = std::max(end, transcode::soundEnd(movie, *track, rate));
+    }
+    return end;
+}
+
 }  // namespace
 
 /// The conductor with the thread, or without one, that makes its steps.
@@ -28,7 +37,8 @@ class SoundPlayer::Core {
     Core(const timeline::Movie& movie, std::unique_ptr<LapReader> laps, PlayerOptions options)
         : hasThread_(options.pumping == Pumping::onItsThread),
           movieRate_(std::int64_t(laps->format().sampleRate)),
-          duration_(timeline::rescale(movie.duration(), std::max(movie.timeScale, 1u), movieRate_)),
+          toldEnd_(timeline::rescale(movie.duration(), std::max(movie.timeScale, 1u), movieRate_)),
+          duration_(durationOf(movie, movieRate_)),
           conductor_(movie, std::move(laps), std::move(options), {.range = {0, duration_}}) {}
 
     ~Core() {
@@ -62,8 +72,10 @@ class SoundPlayer::Core {
 
     std::int64_t movieRate() const { return movieRate_; }
     std::int64_t duration() const { return duration_; }
+    /// The movie's end as its own time scale says it means its end to the sample.
     std::int64_t frameOf(Time time) const {
-        return std::clamp<std::int64_t>(time.nearestIn(movieRate_), 0, duration_);
+        const std::int64_t frame = time.nearestIn(movieRate_);
+        return frame == toldEnd_ ? duration_ : std::clamp<std::int64_t>(frame, 0, duration_);
     }
     const Conductor& conductor() const { return conductor_; }
 
@@ -78,6 +90,7 @@ class SoundPlayer::Core {
   private:
     const bool hasThread_;
     const std::int64_t movieRate_;
+    const std::int64_t toldEnd_;
     const std::int64_t duration_;
     Conductor conductor_;
     std::thread thread_;

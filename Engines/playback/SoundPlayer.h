@@ -82,7 +82,9 @@ class SoundPlayer {
 
     /// Of positions: the highest rate of the movie's sound tracks.
     std::int64_t framesPerSecond() const;
-    /// The end of the movie's longest track, to the nearest frame.
+    /// The end of the movie's longest track. It may differ from what the movie says by less than
+    /// one unit of the movie's time scale: the sound of a file ends where its samples end. A time
+    /// that is given as the movie's own end means this one.
     Time duration() const;
 
     /// Both are held within the movie.

@@ -5,6 +5,7 @@
 #include <numeric>
 
 #include "Engines/timeline/TweenEvaluator.h"
+#include "Engines/transcode/SoundEnd.h"
 
 namespace TWQuickTime::transcode {
 
@@ -34,6 +35,7 @@ class SoundMixer::Voice {
           reader_(std::move(reader)),
           format_(format),
           movieScale_(std::max<std::uint32_t>(movie.timeScale, 1)),
+          soundEnd_(soundEnd(movie, track, std::int64_t(format.sampleRate))),
           origin_(start.nearestIn(std::int64_t(format.sampleRate))),
           volume_(timeline::TweenEvaluator::ofVolume(movie, track)) {}
 
@@ -74,6 +76,11 @@ class SoundMixer::Voice {
         return timeline::rescale(movieTime, movieScale_, std::int64_t(format_.sampleRate));
     }
 
+    std::int64_t endOfEdit(std::size_t index) const {
+        return index + 1 == track_.edits.size() ? soundEnd_
+                                                : framesAt(track_.edits.at(index).trackEnd());
+    }
+
     Piece pieceAt(std::int64_t frame) const {
         // Edges fall on whole frames, so the edit is looked for by its edges in frames.
         const auto edits = track_.edits.edits();
@@ -81,7 +88,7 @@ class SoundMixer::Voice {
         std::size_t low = 0, high = edits.size();
         while (low < high) {
             const std::size_t middle = (low + high) / 2;
-            if (framesAt(track_.edits.at(middle).trackEnd()) <= frame) {
+            if (endOfEdit(middle) <= frame) {
                 low = middle + 1;
             } else {
                 high = middle;
@@ -93,7 +100,7 @@ class SoundMixer::Voice {
         }
         const timeline::PlacedEdit placed = track_.edits.at(low);
         piece.begin = framesAt(placed.trackStart);
-        piece.end = framesAt(placed.trackEnd());
+        piece.end = endOfEdit(low);
         piece.edit = placed.edit;
         piece.index = low;
         piece.silent = placed.edit.isEmpty() || placed.edit.rate <= 0;
@@ -210,6 +217,7 @@ class SoundMixer::Voice {
     std::unique_ptr<SoundTrackReader> reader_;
     codec::SoundFormat format_;
     std::uint32_t movieScale_;
+    std::int64_t soundEnd_;  ///< frames of the mixer's rate
     std::int64_t origin_;
     timeline::TweenEvaluator volume_;
     std::unique_ptr<codec::Resampler> resampler_;

@@ -55,6 +55,20 @@ TEST(SoundMixer, StartsAnywhereToTheSample) {
     EXPECT_EQ(mixed(movie, {333, kRate}, 3), (std::vector<int>{333, 334, 335}));
 }
 
+TEST(SoundMixer, GoesToAnyPlaceOfTheMovieWhereverItBegan) {
+    timeline::Movie movie;
+    movie.timeScale = kRate;
+    addLevels(movie, counting(1000), kRate);
+    auto mixer = SoundMixer::open(movie, {1, double(kRate)}, {500, kRate}, nullptr);
+    ASSERT_TRUE(mixer);
+    std::vector<float> samples;
+    for (const int place : {500, 700, 3, 4, 999, 0}) {
+        (*mixer)->seek(place);
+        ASSERT_TRUE((*mixer)->mix(1, samples).ok());
+        EXPECT_EQ(std::lround(samples[0] * 32768), place);
+    }
+}
+
 TEST(SoundMixer, AddsTracksByTheirVolumes) {
     timeline::Movie movie;
     movie.timeScale = kRate;
