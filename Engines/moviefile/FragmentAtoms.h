@@ -30,6 +30,19 @@ struct TrackExtendsAtom {
     }
 };
 
+struct FragmentHeaderAtom {
+    static constexpr FourCharCode type = fourCharCode("mfhd");
+    std::uint8_t version = 0;
+    std::uint32_t flags = 0;
+    std::uint32_t sequenceNumber = 0;  // grows from fragment to fragment, from 1
+
+    template <class Visitor, class Self>
+    static void describe(Visitor& v, Self& atom) {
+        v.versionAndFlags(atom.version, atom.flags);
+        v.field("sequenceNumber", atom.sequenceNumber);
+    }
+};
+
 struct TrackFragmentHeaderAtom {
     static constexpr FourCharCode type = fourCharCode("tfhd");
     static constexpr std::uint32_t kHasBaseOffset = 1;

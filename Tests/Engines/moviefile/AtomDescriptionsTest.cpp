@@ -190,16 +190,15 @@ std::vector<TimecodeDescription> examples() {
 template <class Atom>
 class DescribedAtom : public testing::Test {};
 
-using AllAtoms =
-    testing::Types<MovieHeaderAtom, TrackHeaderAtom, MediaHeaderAtom, HandlerAtom, EditListAtom,
-                   PreloadAtom, ApertureAtom, VideoMediaHeaderAtom, SoundMediaHeaderAtom,
-                   BaseMediaInformationAtom, TimecodeMediaInformationAtom, FullAtomHead,
-                   TimeToSampleAtom, CompositionOffsetAtom, SyncSampleAtom, PartialSyncSampleAtom,
-                   SampleToChunkAtom, ChunkOffsetAtom, WideChunkOffsetAtom, SampleSizeAtom,
-                   CompactSampleSizeAtom, SampleDependencyAtom, CompositionShiftAtom,
-                   TrackExtendsAtom, TrackFragmentHeaderAtom, TrackFragmentTimeAtom, TrackRunAtom,
-                   DescriptionHead, VideoDescription, SoundDescription, TimecodeDescription,
-                   PixelAspect, CleanAperture, FieldInformation, Gamma, ColorParameters>;
+using AllAtoms = testing::Types<
+    MovieHeaderAtom, TrackHeaderAtom, MediaHeaderAtom, HandlerAtom, EditListAtom, PreloadAtom,
+    ApertureAtom, VideoMediaHeaderAtom, SoundMediaHeaderAtom, BaseMediaInformationAtom,
+    TimecodeMediaInformationAtom, FullAtomHead, TimeToSampleAtom, CompositionOffsetAtom,
+    SyncSampleAtom, PartialSyncSampleAtom, SampleToChunkAtom, ChunkOffsetAtom, WideChunkOffsetAtom,
+    SampleSizeAtom, CompactSampleSizeAtom, SampleDependencyAtom, CompositionShiftAtom,
+    TrackExtendsAtom, FragmentHeaderAtom, TrackFragmentHeaderAtom, TrackFragmentTimeAtom,
+    TrackRunAtom, DescriptionHead, VideoDescription, SoundDescription, TimecodeDescription,
+    PixelAspect, CleanAperture, FieldInformation, Gamma, ColorParameters>;
 TYPED_TEST_SUITE(DescribedAtom, AllAtoms);
 
 template <class Atom>
