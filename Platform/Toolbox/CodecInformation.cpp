@@ -6,6 +6,7 @@
 
 #include "Components.h"
 #include "Engines/codec/CodecNames.h"
+#include "Private/ClassicRoman.h"
 #include "Private/ToolboxCall.h"
 
 namespace TWQuickTime {
@@ -73,6 +74,9 @@ OSErr GetCompressionName(OSType compressionType, std::uint8_t* name) {
 
 TextEncoding GetApplicationTextEncoding() {
     ToolboxCall call("GetApplicationTextEncoding");
+    // A call without a status: a planned one stands for another encoding.
+    if (call.faulted())
+        return static_cast<TextEncoding>(call.status());
     return kCFStringEncodingUTF8;
 }
 
@@ -88,9 +92,16 @@ NSStringEncoding CFStringConvertEncodingToNSStringEncoding(TextEncoding encoding
 }
 
 NSString stringWithPascalString(const std::uint8_t* text, NSStringEncoding encoding) {
-    if (!text || encoding != NSUTF8StringEncoding)
+    if (!text)
         return nullptr;
-    return std::string_view(reinterpret_cast<const char*>(text + 1), text[0]);
+    const std::string_view bytes(reinterpret_cast<const char*>(text + 1), text[0]);
+    if (encoding == NSClassicRomanStringEncoding)
+        return stringWithClassicRoman(bytes);
+    if (encoding != NSUTF8StringEncoding)
+        return nullptr;
+    const NSString string(bytes);
+    // Ill-formed sequences turn into other characters on the way through UTF-16.
+    return NSString::stringWithUTF16(string.utf16()) == string ? string : NSString();
 }
 
 }  // namespace TWQuickTime

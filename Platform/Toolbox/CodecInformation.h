@@ -68,7 +68,8 @@ TWQT_EXPORT TextEncoding GetApplicationTextEncoding();
 /// 0 for encodings that are not known.
 TWQT_EXPORT NSStringEncoding CFStringConvertEncodingToNSStringEncoding(TextEncoding encoding);
 
-/// The text of a Pascal string; nil for a null pointer and for encodings other than UTF-8.
+/// The text of a Pascal string; nil for a null pointer, for encodings other than UTF-8 and classic
+/// Roman, and for bytes that are no text in the encoding.
 TWQT_EXPORT NSString stringWithPascalString(const std::uint8_t* text, NSStringEncoding encoding);
 
 }  // namespace TWQuickTime

@@ -4,6 +4,7 @@
 #include <string_view>
 #include <utility>
 
+#include "SequenceGrabber.h"
 #include "ToolboxTypes.h"
 
 namespace twqt {
@@ -55,6 +56,9 @@ constexpr auto texts = std::to_array<std::pair<std::int32_t, std::string_view>>(
     {noCodecErr, "no such codec on this machine"},
     {codecUnimpErr, "the codec cannot do this"},
     {codecBadDataErr, "damaged compressed data"},
+    {noDeviceForChannel, "no such capture device"},
+    {cantDoThatInCurrentMode, "not possible in the grabber's present mode"},
+    {deviceCantMeetRequest, "the device is in use elsewhere or delivers nothing to record"},
     {badInstance, "not a component instance"},
     {badComponentSelector, "the component cannot do this"},
 });

@@ -46,7 +46,8 @@ enum class ComponentRank {
     movieExporters = 100,
     mediaHandlers = 200,
     codecs = 300,
-    graphicsImporters = 400
+    graphicsImporters = 400,
+    sequenceGrabbers = 500
 };
 
 class TWQT_EXPORT ComponentProvider {

@@ -68,7 +68,11 @@ TEST(CodecInformation, TextIsInTheEncodingThatItSays) {
     EXPECT_EQ(CFStringConvertEncodingToNSStringEncoding(0x1234), 0u);
     const std::uint8_t text[] = {2, 'a', 'b', 'c'};
     EXPECT_EQ(stringWithPascalString(text, NSUTF8StringEncoding), "ab");
-    EXPECT_TRUE(stringWithPascalString(text, NSClassicRomanStringEncoding).isNil());
+    EXPECT_EQ(stringWithPascalString(text, NSClassicRomanStringEncoding), "ab");
+    const std::uint8_t umlaut[] = {3, 'K', 0x8A, 0xDB};
+    EXPECT_TRUE(stringWithPascalString(umlaut, NSUTF8StringEncoding).isNil());
+    EXPECT_EQ(stringWithPascalString(umlaut, NSClassicRomanStringEncoding), "Kä€");
+    EXPECT_TRUE(stringWithPascalString(text, 0).isNil());
     EXPECT_TRUE(stringWithPascalString(nullptr, NSUTF8StringEncoding).isNil());
 }
 
