@@ -33,8 +33,8 @@ bool MovieAssembler::Stream::isAvc() const {
 }
 
 MovieAssembler::MovieAssembler(GrowingMovie& movie, std::vector<StreamFormat> formats,
-                               std::int64_t originInNanoseconds)
-    : movie_(movie), origin_(originInNanoseconds) {
+                               std::int64_t startInNanoseconds)
+    : movie_(movie), origin_(startInNanoseconds) {
     for (StreamFormat& format : formats) {
         if (const auto* sound = std::get_if<SoundFormat>(&format); sound && !clock_)
             clock_.emplace(sound->sampleRate);
@@ -56,8 +56,14 @@ Status MovieAssembler::begin() {
 }
 
 Status MovieAssembler::take(std::size_t stream, CapturedUnit unit) {
+    if (unit.timeInNanoseconds < origin_)
+        return {};
     if (!begun_)
         return waitForParameters(stream, std::move(unit));
+    if (!originSettled_) {
+        origin_ = unit.timeInNanoseconds;
+        originSettled_ = true;
+    }
     return std::holds_alternative<VideoFormat>(streams_[stream].format)
                ? takePicture(stream, std::move(unit))
                : takeSound(stream, std::move(unit));
@@ -96,10 +102,8 @@ std::int64_t MovieAssembler::inVideoUnits(std::int64_t nanoseconds) const {
 
 Status MovieAssembler::takePicture(std::size_t stream, CapturedUnit unit) {
     Stream& source = streams_[stream];
-    const std::int64_t start = inVideoUnits(unit.timeInNanoseconds);
-    if (start < 0)
-        return {};
-    HeldPicture next{std::move(unit.bytes), start};
+    HeldPicture next{std::move(unit.bytes),
+                     std::max<std::int64_t>(inVideoUnits(unit.timeInNanoseconds), 0)};
     if (source.isAvc()) {
         next.sync = codec::isAvcSyncSample(next.bytes);
         next.bytes = codec::avcSample(next.bytes);
@@ -126,7 +130,7 @@ Status MovieAssembler::takeSound(std::size_t stream, CapturedUnit unit) {
     const auto& format = std::get<SoundFormat>(streams_[stream].format);
     const auto bytesPerFrame = static_cast<std::size_t>(format.bytesPerFrame());
     const std::size_t frames = unit.bytes.size() / bytesPerFrame;
-    if (unit.timeInNanoseconds < origin_ || frames == 0)
+    if (frames == 0)
         return {};
     // A second stream of sound is on its own.
     const bool leads = std::none_of(

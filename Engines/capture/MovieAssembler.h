@@ -1,11 +1,12 @@
 // Brings what devices deliver into the tracks of a movie: each unit at its time, pictures and sound
 // in step.
 //
-// Times count from the recording's origin on the system's monotonic clock. A picture lasts until
-// the next one; a picture or a run of sound from before the origin is left out. Sound goes on frame
+// Times count from the first unit that was captured after the recording's start, so that a movie
+// does not begin with the time that a device takes to wake up; what is older is left out. A picture
+// lasts until the next one. Sound goes on frame
 // by frame, and where a device lost some there is silence; pictures follow the sound's clock.
 //
-//     MovieAssembler assembler(file, formats, originInNanoseconds);
+//     MovieAssembler assembler(file, formats, startInNanoseconds);
 //     Status taken = assembler.take(0, unit);
 //     Status finished = assembler.finish();         // the segment is ended by the caller
 //
@@ -26,9 +27,11 @@ namespace TWQuickTime::capture {
 
 class MovieAssembler {
   public:
-    /// @param movie  outlives the assembler; it begins a segment of it when all formats are known
+    /// @param movie  outlives the assembler, which begins a segment of it when all formats are
+    /// known
+    /// @param startInNanoseconds  of the recording, on the system's monotonic clock
     MovieAssembler(GrowingMovie& movie, std::vector<StreamFormat> formats,
-                   std::int64_t originInNanoseconds);
+                   std::int64_t startInNanoseconds);
 
     /// Begins the segment, unless a stream's parameters are still to come with its data.
     result::Status begin();
@@ -60,7 +63,8 @@ class MovieAssembler {
 
     GrowingMovie& movie_;
     std::vector<Stream> streams_;
-    std::int64_t origin_;
+    std::int64_t origin_;  ///< the start, and from the first unit on its time
+    bool originSettled_ = false;
     std::optional<SoundClock> clock_;  ///< of the first stream of sound
     bool begun_ = false;
     /// Units from before the segment could begin.

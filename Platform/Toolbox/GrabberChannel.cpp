@@ -1,6 +1,7 @@
 #include "Private/GrabberChannel.h"
 
 #include <algorithm>
+#include <cerrno>
 
 #include "Engines/capture/TestPattern.h"
 #include "Private/StatusOfFailure.h"
@@ -50,7 +51,8 @@ std::string withQuestionMarks(std::string name) {
 OSErr statusOfDeviceFailure(const result::Failure& failure) {
     switch (failure.kind) {
         case result::FailureKind::notFound:
-            return noDeviceForChannel;
+            // A path that is missing is the file's, not a device's.
+            return failure.systemError == ENOENT ? fnfErr : noDeviceForChannel;
         case result::FailureKind::notAvailable:
         case result::FailureKind::unsupported:
         case result::FailureKind::limit:

@@ -44,8 +44,8 @@ class VideoNodeFile {
         result::Failure failed = result::systemFailure(error, path_ + ": " + what);
         if (error == EBUSY)
             failed.kind = result::FailureKind::notAvailable;
-        else if (error == ENODEV || error == ENXIO)
-            failed.kind = result::FailureKind::notFound;
+        else if (error == ENODEV || error == ENXIO || error == ENOENT)
+            failed = {result::FailureKind::notFound, failed.message, ENODEV};
         return failed;
     }
 

@@ -67,7 +67,8 @@ class GrabberChannelStorage : public ComponentStorage {
     std::shared_ptr<GrabberChannel> channel;
 };
 
-/// The toolbox's status for a device that could not be opened, or went away.
+/// The toolbox's status for a device that could not be opened or went away, or for the file of a
+/// recording.
 OSErr statusOfDeviceFailure(const result::Failure& failure);
 
 }  // namespace TWQuickTime

@@ -1,6 +1,8 @@
 #include "Engines/capture/GrowingMovie.h"
 
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
 
 #include <filesystem>
 #include <fstream>
@@ -155,6 +157,31 @@ TEST_F(GrowingMovieTest, ASecondSegmentOfAnotherSizeHasATrackOfItsOwn) {
     ASSERT_EQ(opened.movie->tracks.size(), 3u);
     EXPECT_EQ(opened.movie->tracks[2]->edits.edits()[0].duration, 25 * std::int64_t{kFrame});
     EXPECT_EQ(opened.movie->duration(), 26 * std::int64_t{kFrame});
+}
+
+TEST_F(GrowingMovieTest, OnAFullDiskItStaysWhatItWasAndGoesOnWhenThereIsRoomAgain) {
+    ASSERT_TRUE(file.beginSegment(pictureAndSound()));
+    addFrames(file, 13);
+    const auto size = std::filesystem::file_size(path);
+    // A limit on the size of files stands in for the disk.
+    struct rlimit usual {};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &usual), 0);
+    const auto previous = signal(SIGXFSZ, SIG_IGN);
+    struct rlimit full = usual;
+    full.rlim_cur = size + 1000;
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &full), 0);
+    result::Status added;
+    for (int i = 13; i < 60 && added; ++i)
+        added = file.add(0, {0, kFrame}, picture(i));
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &usual), 0);
+    signal(SIGXFSZ, previous);
+    ASSERT_FALSE(added);
+    EXPECT_EQ(std::filesystem::file_size(path), size);
+    EXPECT_EQ(openRecorded(path).movie->tracks[0]->media->samples.sampleCount(), 13u);
+    EXPECT_TRUE(file.endSegment());
+    const auto ended = openRecorded(path);
+    EXPECT_GE(ended.movie->tracks[0]->media->samples.sampleCount(), 26u);
+    EXPECT_FALSE(ended.fragmented);
 }
 
 TEST_F(GrowingMovieTest, NoticesThatSomebodyElseChangedTheFile) {

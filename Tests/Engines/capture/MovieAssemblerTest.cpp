@@ -74,16 +74,20 @@ TEST_F(MovieAssemblerTest, TimesThatStandStillOrGoBackDoNotStopIt) {
     EXPECT_EQ(durations(*opened.movie->tracks[0])[0], 1u);
 }
 
-TEST_F(MovieAssemblerTest, WhatWasCapturedBeforeTheOriginIsLeftOut) {
+TEST_F(MovieAssemblerTest, BeginsWithTheFirstUnitAfterTheStartAndLeavesOlderOnesOut) {
     MovieAssembler assembler(file, {videoFormat(), soundFormat()}, kOrigin);
     ASSERT_TRUE(assembler.begin());
     ASSERT_TRUE(assembler.take(0, picture(-1)));
     ASSERT_TRUE(assembler.take(1, sound(-20, 20)));
-    ASSERT_TRUE(assembler.take(0, picture(40)));
-    ASSERT_TRUE(assembler.take(1, sound(0, 20)));
+    ASSERT_TRUE(assembler.take(1, sound(500, 20)));
+    ASSERT_TRUE(assembler.take(0, picture(480)));
+    ASSERT_TRUE(assembler.take(0, picture(540)));
     const auto opened = finish(assembler);
     EXPECT_EQ(opened.movie->tracks[0]->media->samples.sampleCount(), 1u);
     EXPECT_EQ(opened.movie->tracks[1]->media->samples.sampleCount(), kRate / 50u);
+    EXPECT_EQ(opened.movie->tracks[0]->edits.edits()[0],
+              (timeline::Edit{opened.movie->timeScale / 25, timeline::kEmptyMediaTime}));
+    EXPECT_EQ(opened.movie->tracks[1]->edits.size(), 1u);
 }
 
 TEST_F(MovieAssemblerTest, LostSoundBecomesSilenceSoThatTheRestStaysInItsPlace) {

@@ -277,7 +277,7 @@ TEST_F(SequenceGrabberTest, TellsThatADeviceWentAwayAndKeepsWhatWasRecorded) {
 TEST_F(SequenceGrabberTest, SaysThatTheFileCannotBeMade) {
     played.video->list = {{.name = "Cam", .identity = "usb-1"}};
     ASSERT_EQ(setOutput(folder.file("missing/grabbed.mov")), noErr);
-    EXPECT_NE(SGStartRecord(grabber), noErr);
+    EXPECT_EQ(SGStartRecord(grabber), fnfErr);
     EXPECT_EQ(SGStop(grabber), cantDoThatInCurrentMode);
     EXPECT_EQ(SGSetDataRef(grabber, nullptr, 0, seqGrabToDisk), couldNotResolveDataRef);
 }
