@@ -1,5 +1,11 @@
 // Sound hardware without a server. Every device is opened through the converting layer of the
 // library, so that all of them deliver 16 bits at a usual rate.
+#include <cstdarg>
+
+// Declares one of its functions outside of its own block of C linkage.
+extern "C" {
+#include <alsa/error.h>
+}
 #include <alsa/asoundlib.h>
 
 #include <algorithm>

@@ -65,6 +65,8 @@ class GrowingMovie {
     result::Status endSegment();
 
     bool isInSegment() const { return inSegment_; }
+    /// Whether a segment was begun, and so there is a file.
+    bool hasFile() const { return storage_ != nullptr; }
     /// Whether the file was left alone since the last segment ended, so that another may follow.
     bool isAsItWasLeft() const;
     const std::string& path() const { return path_; }

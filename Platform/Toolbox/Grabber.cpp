@@ -153,6 +153,9 @@ OSErr Grabber::stop() {
     const result::Status stopped = recording_->stop();
     recording_.reset();
     mode_->recording = false;
+    // Nothing came that could be recorded: the next recording begins afresh.
+    if (!movie_->hasFile())
+        movie_.reset();
     return statusOf(stopped);
 }
 

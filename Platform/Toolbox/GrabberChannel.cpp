@@ -72,13 +72,13 @@ std::vector<ListedDevice> GrabberChannel::devices(bool checkAvailability) {
     std::vector<ListedDevice> list;
     for (const auto& backEnd : sources) {
         for (capture::Device& device : backEnd->devices(checkAvailability)) {
+            // What the grabber itself records from is not in use elsewhere.
+            if (grabber_->recording && device.identity == openedIdentity_)
+                device.available = true;
             std::string name = uniqueName(device.name, list);
             list.push_back({std::move(device), std::move(name), backEnd});
         }
     }
-    // What the grabber itself records from is not in use elsewhere.
-    if (grabber_->recording && !list.empty())
-        list[selectedDevice(list)].device.available = true;
     return list;
 }
 
@@ -89,7 +89,6 @@ std::size_t GrabberChannel::selectedDevice(const std::vector<ListedDevice>& list
     };
     std::size_t index = list.size();
     const std::string* identity = chosenIdentity_ ? &*chosenIdentity_ : nullptr;
-    // A device that records is in use, and may not look available any more.
     if (!identity && grabber_->recording)
         identity = &openedIdentity_;
     if (identity)

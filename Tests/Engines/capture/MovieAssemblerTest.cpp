@@ -67,11 +67,11 @@ TEST_F(MovieAssemblerTest, TheOnlyPictureLastsAsLongAsTheDeviceSays) {
 TEST_F(MovieAssemblerTest, TimesThatStandStillOrGoBackDoNotStopIt) {
     MovieAssembler assembler(file, {videoFormat()}, kOrigin);
     ASSERT_TRUE(assembler.begin());
-    for (const int time : {40, 40, 10, 80})
+    for (const int time : {0, 40, 40, 20, 80})
         ASSERT_TRUE(assembler.take(0, picture(time)));
     const auto opened = finish(assembler);
-    EXPECT_EQ(opened.movie->tracks[0]->media->samples.sampleCount(), 4u);
-    EXPECT_EQ(durations(*opened.movie->tracks[0])[0], 1u);
+    EXPECT_EQ(opened.movie->tracks[0]->media->samples.sampleCount(), 5u);
+    EXPECT_EQ(durations(*opened.movie->tracks[0])[1], 1u);
 }
 
 TEST_F(MovieAssemblerTest, BeginsWithTheFirstUnitAfterTheStartAndLeavesOlderOnesOut) {

@@ -274,6 +274,21 @@ TEST_F(SequenceGrabberTest, TellsThatADeviceWentAwayAndKeepsWhatWasRecorded) {
     EXPECT_EQ(test::runProgram({"ffprobe", "-v", "error", path}).exitStatus, 0);
 }
 
+TEST_F(SequenceGrabberTest, WhatItRecordsFromIsNotInUseElsewhere) {
+    played.video->list = {{.name = "A", .identity = "1"}, {.name = "B", .identity = "2"}};
+    ASSERT_EQ(setOutput(path), noErr);
+    ASSERT_EQ(SGStartRecord(grabber), noErr);
+    played.video->list[0].available = false;
+    played.video->list[1].available = false;
+    SGDeviceList list = nullptr;
+    ASSERT_EQ(SGGetChannelDeviceList(channel, sgDeviceListIncludeInputs, &list), noErr);
+    EXPECT_EQ((*list)->selectedIndex, 0);
+    EXPECT_EQ((*list)->entry[0].flags, 0);
+    EXPECT_EQ((*list)->entry[1].flags, sgDeviceNameFlagDeviceUnavailable);
+    EXPECT_EQ(SGDisposeDeviceList(grabber, list), noErr);
+    EXPECT_EQ(SGStop(grabber), noErr);
+}
+
 TEST_F(SequenceGrabberTest, SaysThatTheFileCannotBeMade) {
     played.video->list = {{.name = "Cam", .identity = "usb-1"}};
     ASSERT_EQ(setOutput(folder.file("missing/grabbed.mov")), noErr);
