@@ -170,7 +170,8 @@ INSTANTIATE_TEST_SUITE_P(
     Files, LapsOfCodecs,
     testing::Values(Codec{"PCM", "mov", {"-c:a", "pcm_s16be"}}, Codec{"WAV", "wav", {}},
                     Codec{"FLAC", "flac", {}}, Codec{"ALAC", "m4a", {"-c:a", "alac"}},
-                    Codec{"AAC", "m4a", {"-c:a", "aac", "-b:a", "96k", "-aac_pns", "0"}}),
+                    Codec{"AAC", "m4a", {"-c:a", "aac", "-b:a", "96k", "-aac_pns", "0"}},
+                    Codec{"MP3", "mp3", {"-c:a", "libmp3lame", "-b:a", "128k"}}),
     [](const auto& test) { return std::string(test.param.name); });
 
 }  // namespace
