@@ -177,11 +177,18 @@ const CodecName* find(std::span<const CodecName> rows, std::uint32_t wanted) {
     return row == rows.end() ? nullptr : &*row;
 }
 
-template <class Find>
-bool anyExists(std::string_view names, Find findByName) {
+/// The library's own codecs come with it wherever it is packaged; those of others bear their names.
+bool isOwnOfTheLibrary(std::string_view name) {
+    return !name.starts_with("lib");
+}
+
+/// @param ask  of a name; a null pointer when the library does not have it
+template <class Ask>
+bool anyExists(std::string_view names, Ask ask) {
     while (!names.empty()) {
         const std::size_t end = std::min(names.find(' '), names.size());
-        if (findByName(std::string(names.substr(0, end)).c_str()))
+        const std::string_view name = names.substr(0, end);
+        if (isOwnOfTheLibrary(name) || ask(std::string(name).c_str()))
             return true;
         names.remove_prefix(std::min(end + 1, names.size()));
     }

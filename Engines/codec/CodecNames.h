@@ -1,8 +1,9 @@
 // The names of codec types, and which of them this machine can decode or encode.
 //
 // A movie names a codec by a four-character code; several codes may mean the same codec. The tables
-// hold every code that movies are known to use, whether or not FFmpeg knows it; what really exists
-// is asked of the installed library.
+// hold every code that movies are known to use, whether or not FFmpeg knows it. FFmpeg's own codecs
+// come with every FFmpeg; for those that stand on other libraries the installed one is asked, which
+// loads it and a hundred others: a program that only names codecs must not wait for that.
 //
 //     if (const CodecName* codec = findVideoCodecName(fourCode("avc1")))
 //         list(codec->name, decoderExists(*codec), encoderExists(*codec));
@@ -34,7 +35,7 @@ std::span<const CodecName> soundCodecNames();
 const CodecName* findVideoCodecName(std::uint32_t code);
 const CodecName* findSoundCodecName(std::uint32_t code);
 
-/// Whether the installed library has one of the named decoders or encoders. Any thread.
+/// Whether one of the named decoders or encoders is there. Any thread.
 bool decoderExists(const CodecName& codec);
 bool encoderExists(const CodecName& codec);
 

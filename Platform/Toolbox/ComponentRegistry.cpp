@@ -51,16 +51,25 @@ void askProviders() {
     });
 }
 
-bool matches(const ComponentDescription& has, const ComponentDescription& wanted) {
+bool matches(const ComponentRecord& record, const ComponentDescription& wanted) {
+    const ComponentDescription& has = record.registration.description;
     const auto fits = [](OSType code, OSType wish) { return wish == 0 || wish == code; };
     return fits(has.componentType, wanted.componentType) &&
            fits(has.componentSubType, wanted.componentSubType) &&
            fits(has.componentManufacturer, wanted.componentManufacturer) &&
            (has.componentFlags & wanted.componentFlagsMask) ==
-               (wanted.componentFlags & wanted.componentFlagsMask);
+               (wanted.componentFlags & wanted.componentFlagsMask) &&
+           record.isInstalled();
 }
 
 }  // namespace
+
+bool ComponentRecord::isInstalled() const {
+    std::call_once(asked_, [this] {
+        isInstalled_ = !registration.isInstalled || registration.isInstalled();
+    });
+    return isInstalled_;
+}
 
 ComponentStorage::~ComponentStorage() = default;
 
@@ -70,10 +79,9 @@ ComponentProvider::ComponentProvider(ComponentRank rank, std::function<void()> r
 
 Component registerComponent(ComponentRegistration registration) {
     askProviders();
-    auto record = std::make_shared<ComponentRecord>();
-    record->registration = std::move(registration);
     std::lock_guard lock(table().mutex);
-    record->serial = ++table().lastSerial;
+    const auto record =
+        std::make_shared<ComponentRecord>(std::move(registration), ++table().lastSerial);
     table().ordered.push_back(record);
     table().components[record.get()] = record;
     return record.get();
@@ -109,7 +117,7 @@ ComponentPointer findMatchingComponent(Component after, const ComponentDescripti
             [](std::uint64_t serial, const auto& record) { return serial < record->serial; });
     }
     next = std::find_if(next, ordered.end(), [&](const auto& record) {
-        return matches(record->registration.description, wanted);
+        return matches(*record, wanted);
     });
     return next == ordered.end() ? nullptr : *next;
 }
@@ -119,7 +127,7 @@ std::size_t countMatchingComponents(const ComponentDescription& wanted) {
     std::shared_lock lock(table().mutex);
     return static_cast<std::size_t>(std::count_if(
         table().ordered.begin(), table().ordered.end(),
-        [&](const auto& record) { return matches(record->registration.description, wanted); }));
+        [&](const auto& record) { return matches(*record, wanted); }));
 }
 
 ComponentInstance openInstance(const ComponentPointer& component) {

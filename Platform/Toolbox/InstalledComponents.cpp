@@ -1,5 +1,7 @@
 // The compressors and decompressors that the installed codec library really has.
 #include <algorithm>
+#include <functional>
+#include <string>
 
 #include "Engines/codec/CodecNames.h"
 #include "Private/ComponentRegistry.h"
@@ -7,7 +9,8 @@
 namespace TWQuickTime {
 namespace {
 
-void registerNamed(OSType type, OSType subType, std::string_view name, std::string info) {
+void registerNamed(OSType type, OSType subType, std::string_view name, std::string info,
+                   std::function<bool()> isInstalled) {
     ComponentRegistration component;
     // Everything here works on state of its own instance alone.
     component.description = {.componentType = type,
@@ -16,6 +19,7 @@ void registerNamed(OSType type, OSType subType, std::string_view name, std::stri
                              .componentFlags = cmpThreadSafe};
     component.name = name;
     component.info = std::move(info);
+    component.isInstalled = std::move(isInstalled);
     registerComponent(std::move(component));
 }
 
@@ -24,15 +28,14 @@ void registerCodecs(std::span<const codec::CodecName> codecs, OSType decompresso
     for (const codec::CodecName& codec : codecs) {
         const std::string name(codec.name);
         const auto registerDecompressor = [&](std::uint32_t code) {
-            registerNamed(decompressor, code, name, "Decompresses " + name + ".");
+            registerNamed(decompressor, code, name, "Decompresses " + name + ".",
+                          [&codec] { return codec::decoderExists(codec); });
         };
-        if (codec::decoderExists(codec)) {
-            registerDecompressor(codec.code);
-            std::for_each(codec.aliases.begin(), codec.aliases.end(), registerDecompressor);
-        }
+        registerDecompressor(codec.code);
+        std::for_each(codec.aliases.begin(), codec.aliases.end(), registerDecompressor);
         // Aliases are codes that others write.
-        if (codec::encoderExists(codec))
-            registerNamed(compressor, codec.code, name, "Compresses " + name + ".");
+        registerNamed(compressor, codec.code, name, "Compresses " + name + ".",
+                      [&codec] { return codec::encoderExists(codec); });
     }
 }
 

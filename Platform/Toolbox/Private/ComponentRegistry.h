@@ -1,9 +1,9 @@
 // Where components make themselves known.
 //
 // A component is registered from its own source file by a provider, which the registry asks once,
-// at the first look-up; a provider may register any number of components, so that what a machine
-// has (codecs of an installed library) is asked at run time. Tests register and take away
-// components of their own at any time.
+// at the first look-up; a provider may register any number of components. What only some machines
+// have (codecs of an installed library) is asked when somebody looks for it, because asking may
+// load that library. Tests register and take away components of their own at any time.
 //
 //     const ComponentProvider provider(ComponentRank::mediaHandlers, [] {
 //         registerComponent({.description = {.componentType = MediaHandlerType, …},
@@ -39,6 +39,9 @@ struct ComponentRegistration {
     /// Makes an instance; null when the component cannot be opened. Without a function every
     /// opening gives an instance that knows nothing but its description.
     std::function<std::unique_ptr<ComponentStorage>()> open;
+    /// Whether this machine has the component; asked once, when it first fits a look-up. Without a
+    /// function it has. Must not look for components itself.
+    std::function<bool()> isInstalled = {};
 };
 
 /// In which order providers are asked, and so components are found.

@@ -4,14 +4,25 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 
 #include "Private/ComponentRegistry.h"
 
 namespace TWQuickTime {
 
 struct ComponentRecord {
-    ComponentRegistration registration;
-    std::uint64_t serial = 0;  ///< grows with every registration
+    ComponentRecord(ComponentRegistration what, std::uint64_t number)
+        : registration(std::move(what)), serial(number) {}
+
+    /// Any thread.
+    bool isInstalled() const;
+
+    const ComponentRegistration registration;
+    const std::uint64_t serial;  ///< grows with every registration
+
+  private:
+    mutable std::once_flag asked_;
+    mutable bool isInstalled_ = true;
 };
 
 using ComponentPointer = std::shared_ptr<ComponentRecord>;
