@@ -47,11 +47,12 @@ AxisWeights AxisWeights::make(int sourceLength, double sourceStart, double sourc
                               int destinationLength) {
     const double step = (sourceEnd - sourceStart) / destinationLength;
     AxisWeights axis;
+    axis.interpolates = step <= 1.0;
     axis.spans.reserve(static_cast<std::size_t>(destinationLength));
     for (int i = 0; i < destinationLength; ++i) {
         const double start = sourceStart + i * step;
-        RealSpan real = step > 1.0 ? areaAverage(start, start + step, sourceLength)
-                                   : linearBetweenCentres(start + step / 2, sourceLength);
+        RealSpan real = axis.interpolates ? linearBetweenCentres(start + step / 2, sourceLength)
+                                          : areaAverage(start, start + step, sourceLength);
         if (real.weights.empty())
             real.add(static_cast<int>(start), sourceLength, 1.0);
 

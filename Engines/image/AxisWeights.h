@@ -18,6 +18,8 @@ struct AxisWeights {
         int count = 0;        ///< at least 1
         int weightIndex = 0;  ///< where its weights start
     };
+    /// Whether spans are one or two pixels to interpolate between, else areas to average.
+    bool interpolates = false;
     std::vector<Span> spans;  ///< one for each destination pixel
     std::vector<std::int16_t> weights;
 

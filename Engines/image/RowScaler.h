@@ -8,11 +8,13 @@
 //     pixels); });
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <vector>
 
 #include "Engines/image/AxisWeights.h"
+#include "Engines/image/ScaleKernels.h"
 
 namespace TWQuickTime::image {
 
@@ -40,25 +42,30 @@ class RowScaler {
     /// Takes the next source row (all of its pixels) and hands out every destination row that is
     /// complete with it, in order.
     void push(const std::uint8_t* sourceRow, const Sink& sink);
+    /// The same for a source that is in memory as a whole, which takes less time.
+    void pushAll(const std::uint8_t* firstSourceRow, std::ptrdiff_t rowBytes, const Sink& sink);
 
   private:
-    void openRow(int sourceRows);
-    void addRow(const std::uint8_t* sourceRow, int weight);
+    const AxisWeights::Span& nextSpan() const;
+    int weightOf(const AxisWeights::Span& span, int sourceRow) const;
+    bool isComplete() const;
+    void pushForAverage(int y, const std::uint8_t* sourceRow, const Sink& sink);
+    void pushForInterpolation(int y, const std::uint8_t* sourceRow, const Sink& sink);
+    void addWide(int weight, const std::uint8_t* sourceRow);
+    void finishAverage(const Sink& sink);
     void finishRow(const Sink& sink);
 
-    int sourceWidth_;
-    AxisWeights columns_;
+    std::size_t sourceCount_;  ///< of the bytes of a source row
+    ColumnPairs columns_;
     AxisWeights rows_;
     int nextSourceRow_ = 0;
     int nextDestinationRow_ = 0;
-    std::vector<std::uint16_t> sums_;        ///< one source-wide row in 8.7 fixed point
-    std::vector<std::uint32_t> wideSums_;    ///< in use when one row is made of very many
-    std::vector<std::uint8_t> previousRow_;  ///< for enlarging, where rows are used more than once
+    std::vector<std::uint16_t> sums_;      ///< of a source row
+    std::vector<std::uint32_t> wideSums_;  ///< in use when one row is made of very many
+    /// Where rows are interpolated: the last two source rows with their columns combined, the one
+    /// of an even row first.
+    std::vector<std::uint16_t> combined_[2];
     std::vector<std::uint8_t> destinationRow_;
-    std::vector<std::int16_t>
-        packedWeights_;  ///< column weights in pairs, as the inner loop wants them
-    std::vector<int> packedFirst_;
-    std::vector<int> packedPairs_;
 };
 
 }  // namespace TWQuickTime::image

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "CollectedImage.h"
+#include "Engines/image/RowScaler.h"
 
 namespace TWQuickTime::image {
 namespace {
@@ -112,6 +113,63 @@ TEST(ScalePixels, EnlargingInterpolatesBetweenPixelCentres) {
         EXPECT_GE(taller.at(0, y)[2], taller.at(0, y - 1)[2]);
     EXPECT_EQ(taller.at(0, 0)[2], 0);
     EXPECT_EQ(taller.at(0, 7)[2], 100);
+}
+
+TEST(RowScaler, RowsOneByOneGiveWhatAWholePictureGives) {
+    for (auto [w, h, dw, dh] : {std::array{97, 61, 40, 27},
+                                {97, 61, 40, 1},
+                                {31, 17, 50, 40},
+                                {64, 64, 200, 20},
+                                {20, 300, 100, 7}}) {
+        Buffer source = noise(w, h);
+        std::vector<std::vector<std::uint8_t>> rows[2];
+        const auto keep = [&, width = dw](auto& list) {
+            return [&list, width](int row, const std::uint8_t* pixels) {
+                EXPECT_EQ(row, static_cast<int>(list.size()));
+                list.emplace_back(pixels, pixels + width * 4);
+            };
+        };
+        RowScaler oneByOne(ScaleMapping::whole(w, h, dw, dh));
+        for (int y = 0; y < h; ++y)
+            oneByOne.push(source.view().row(y), keep(rows[0]));
+        RowScaler atOnce(ScaleMapping::whole(w, h, dw, dh));
+        atOnce.pushAll(source.bytes.data(), std::ptrdiff_t{w} * 4, keep(rows[1]));
+        EXPECT_EQ(rows[0].size(), static_cast<std::size_t>(dh));
+        EXPECT_EQ(rows[0], rows[1]) << w << "x" << h << " to " << dw << "x" << dh;
+    }
+}
+
+TEST(ScaleKernels, NarrowAndWideRegistersGiveTheSame) {
+    Buffer source = noise(67, 6);
+    constexpr int kWeights[] = {AxisWeights::one / 2, 1, AxisWeights::one / 4, 77, 1000, 2000};
+    std::vector<WeightedRow> rows;
+    for (int y = 0; y < source.height; ++y)
+        rows.push_back({source.view().row(y), kWeights[y]});
+    const std::size_t count = std::size_t(source.width) * 4;
+    for (int destinationWidth : {1, 7, 30, 66, 67, 150}) {
+        const ColumnPairs columns(
+            AxisWeights::make(source.width, 0, source.width, destinationWidth));
+        const std::size_t outCount = std::size_t(destinationWidth) * 4;
+        std::vector<std::uint8_t> pixels[2], blended[2];
+        std::vector<std::uint16_t> combined[2];
+        for (const bool wide : {false, true}) {
+            if (wide && !hasWideRegisters())
+                GTEST_SKIP() << "this machine has no wide registers";
+            std::vector<std::uint16_t> sums(count + std::size_t(columns.overread()) * 4);
+            sumRows(rows, 3, sums.data(), count, wide);
+            pixels[wide].resize(outCount);
+            combineColumns(columns, sums.data(), pixels[wide].data(), wide);
+            combined[wide].resize(outCount);
+            combineColumns(columns, sums.data(), combined[wide].data(), wide);
+            std::vector<std::uint16_t> other(combined[wide].rbegin(), combined[wide].rend());
+            blended[wide].resize(outCount);
+            blendRows(combined[wide].data(), other.data(), 5000, blended[wide].data(), outCount,
+                      wide);
+        }
+        EXPECT_EQ(pixels[0], pixels[1]) << destinationWidth;
+        EXPECT_EQ(combined[0], combined[1]) << destinationWidth;
+        EXPECT_EQ(blended[0], blended[1]) << destinationWidth;
+    }
 }
 
 TEST(ScalePixels, SameSizesAreACopy) {
