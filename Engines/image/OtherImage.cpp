@@ -42,6 +42,14 @@ using Packet = std::unique_ptr<AVPacket, FreePacket>;
 // Shifts the library's messages about a picture below every level that it prints.
 constexpr int kQuiet = 64;
 
+// The container library knows hundreds of formats, among them some that lead on to other files.
+// Only those of pictures are let in.
+constexpr char kPictureFormats[] =
+    "apng,bmp_pipe,cri_pipe,dds_pipe,dpx_pipe,exr_pipe,gem_pipe,gif,gif_pipe,ico,j2k_pipe,"
+    "jpeg_pipe,jpegls_pipe,jpegxl_pipe,pam_pipe,pbm_pipe,pcx_pipe,pfm_pipe,pgm_pipe,pgmyuv_pipe,"
+    "pgx_pipe,phm_pipe,photocd_pipe,pictor_pipe,png_pipe,ppm_pipe,psd_pipe,qdraw_pipe,qoi_pipe,"
+    "sgi_pipe,sunrast_pipe,tiff_pipe,vbn_pipe,webp_pipe,xbm_pipe,xpm_pipe,xwd_pipe";
+
 Failure unreadable(const std::string& why, FailureKind kind = FailureKind::damaged) {
     return Failure{kind, "picture: " + why};
 }
@@ -100,6 +108,8 @@ result::Expected<Packet> firstPacket(std::span<const std::byte> bytes,
     if (!format || !reader.io())
         return unreadable("no memory", FailureKind::limit);
     format->pb = reader.io();
+    format->format_whitelist = av_strdup(kPictureFormats);
+    format->protocol_whitelist = av_strdup("");
     if (avformat_open_input(&format, nullptr, nullptr, nullptr) < 0)
         return unreadable("format not recognised", FailureKind::unsupported);
     struct Close {
@@ -152,22 +162,25 @@ StillImageOrFailure imageOf(const AVFrame* frame) {
         nullptr));
     if (!scaler)
         return unreadable("no conversion from its pixels", FailureKind::unsupported);
-    std::vector<std::uint8_t> pixels(static_cast<std::size_t>(frame->width) * 4 *
-                                     static_cast<std::size_t>(frame->height));
-    std::uint8_t* planes[4] = {pixels.data(), nullptr, nullptr, nullptr};
-    const int strides[4] = {frame->width * 4, 0, 0, 0};
-    if (sws_scale(scaler.get(), frame->data, frame->linesize, 0, frame->height, planes, strides) !=
-        frame->height)
+    // The library writes rows in whole registers, beyond their ends: only its own buffers have
+    // room.
+    const Frame converted(av_frame_alloc());
+    converted->format = AV_PIX_FMT_ARGB;
+    converted->width = frame->width;
+    converted->height = frame->height;
+    if (av_frame_get_buffer(converted.get(), 0) < 0)
+        return unreadable("no memory", FailureKind::limit);
+    if (sws_scale(scaler.get(), frame->data, frame->linesize, 0, frame->height, converted->data,
+                  converted->linesize) != frame->height)
         return unreadable("no conversion from its pixels", FailureKind::unsupported);
     std::vector<std::byte> profile;
     if (const AVFrameSideData* side = av_frame_get_side_data(frame, AV_FRAME_DATA_ICC_PROFILE)) {
         const auto* begin = reinterpret_cast<const std::byte*>(side->data);
         profile.assign(begin, begin + side->size);
     }
-    return std::unique_ptr<StillImage>(
-        new WholeImage({frame->width, frame->height},
-                       mayHaveAlpha(format) ? AlphaKind::straight : AlphaKind::skipped,
-                       std::move(pixels), std::move(profile)));
+    return std::unique_ptr<StillImage>(new WholeImage(
+        ConstPixelView(converted->data[0], frame->width, frame->height, converted->linesize[0]),
+        mayHaveAlpha(format) ? AlphaKind::straight : AlphaKind::skipped, profile));
 }
 
 bool hasExtension(const std::string& fileName, std::initializer_list<const char*> extensions) {
