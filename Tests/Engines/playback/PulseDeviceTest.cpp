@@ -34,6 +34,9 @@ class PulseDeviceTest : public test::PlayerStage {
         server_ = std::make_unique<PulseServer>(std::vector<std::string>{kNullSink});
     }
 
+    // The server gives the environment back, which no thread may look at then.
+    void TearDown() override { player_.reset(); }
+
     void open(DeviceChoice choice) {
         auto opened = SoundPlayer::open(movie_, {.devices = std::move(choice)});
         ASSERT_TRUE(opened);
@@ -124,7 +127,22 @@ TEST_F(PulseDeviceTest, StopsAndGoesOnWhereItWas) {
     }
 }
 
-TEST_F(PulseDeviceTest, TimeRunsOnWhenTheServerEndsAndSoundComesBackWithAnother) {
+TEST_F(PulseDeviceTest, TimeRunsOnWhenTheSinkDisappearsAndSoundComesBackWithAnother) {
+    open(DeviceChoice::named("pulse", Clock::steady()));
+    player_->setLoops(true);
+    player_->play();
+    ASSERT_TRUE(waitUntil([&] { return player_->outputState() == OutputState::playing; }));
+    server_->control({"unload-module", "module-null-sink"});
+    ASSERT_TRUE(waitUntil([&] { return player_->outputState() == OutputState::standIn; }));
+    EXPECT_FALSE(player_->outputFailure().ok());
+    const std::int64_t from = player_->heardPosition().value;
+    ASSERT_TRUE(waitUntil([&] { return player_->heardPosition().value != from; }));
+    server_->control({"load-module", "module-null-sink", "sink_name=other", "norewinds=1"});
+    ASSERT_TRUE(waitUntil([&] { return player_->outputState() == OutputState::playing; }));
+    EXPECT_EQ(player_->outputName(), "other");
+}
+
+TEST_F(PulseDeviceTest, TimeRunsOnWhenTheServerEnds) {
     open(DeviceChoice::named("pulse", Clock::steady()));
     player_->setLoops(true);
     player_->play();
@@ -134,10 +152,6 @@ TEST_F(PulseDeviceTest, TimeRunsOnWhenTheServerEndsAndSoundComesBackWithAnother)
     EXPECT_FALSE(player_->outputFailure().ok());
     const std::int64_t from = player_->heardPosition().value;
     ASSERT_TRUE(waitUntil([&] { return player_->heardPosition().value != from; }));
-    server_.reset();
-    server_ = std::make_unique<PulseServer>(std::vector<std::string>{kNullSink});
-    // The new server lives elsewhere, so the player is sent there.
-    ASSERT_TRUE(waitUntil([&] { return player_->outputState() == OutputState::playing; }));
 }
 
 TEST_F(PulseDeviceTest, ASinkThatIsNotThereIsAFailure) {
@@ -166,6 +180,8 @@ TEST(PulseDeviceWithoutServer, NobodyThereIsAFailureAtOnce) {
         std::this_thread::yield();
     }
     EXPECT_EQ((*opened)->outputFailure().failure().kind, result::FailureKind::notAvailable);
+    // Before the environment is given back.
+    opened->reset();
 }
 
 }  // namespace
