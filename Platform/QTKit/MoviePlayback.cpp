@@ -291,6 +291,13 @@ std::int32_t MoviePlayback::outputStatus() const {
     return player_ ? statusOf(player_->outputFailure()) : noErr;
 }
 
+void MoviePlayback::prepare() {
+    if (!loop_)
+        loop_ = NSRunLoop::currentRunLoop();
+    // A sound that cannot be decoded is told when it is to be played.
+    preparePlayer();
+}
+
 void MoviePlayback::movieWasLoaded() {
     if (rate_ > 0 && !isRunning() && start() != noErr) {
         halt(currentTime());

@@ -33,6 +33,8 @@ void QTMovie::loadStateDidChange() {
     if (state == kMovieLoadStateLoaded) {
         applyRange();
         playback_->movieWasLoaded();
+    } else if (state == kMovieLoadStatePlayable) {
+        playback_->prepare();
     } else if (state == kMovieLoadStateError) {
         playback_->movieCannotBeLoaded();
     }

@@ -1,5 +1,5 @@
 // The transport of a movie: its rate, its place while it plays, the range that is played, its
-// volume; and the sound player behind them, which is made when the movie first plays.
+// volume; and the sound player behind them, which is made when the movie first plays, or before.
 //
 //     auto playback = std::make_shared<MoviePlayback>(movie, [](const char* name) { … });
 //     playback->setRate(1);
@@ -56,6 +56,8 @@ class MoviePlayback : public std::enable_shared_from_this<MoviePlayback> {
     /// Why the device that was asked for does not play; noErr while it does.
     std::int32_t outputStatus() const;
 
+    /// Opens decoders, so that playing begins without that wait.
+    void prepare();
     void movieWasLoaded();
     void movieCannotBeLoaded();
 
