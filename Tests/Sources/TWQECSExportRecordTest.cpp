@@ -191,6 +191,19 @@ TEST_F(TWQECSExportRecordTest, AFallbackWithoutAnIdentifierIsToldAsOne) {
     EXPECT_EQ(only.rejected[0].reason, "no identifier");
 }
 
+TEST_F(TWQECSExportRecordTest, ASequenceThatIsAFallbackItselfIsPassedOverForItsStep) {
+    const NSDictionary nested{{"SettingID", "nested"},
+                              {"SequenceID", "inner"},
+                              {"Steps", NSArray({PropertyListValue(step({"absent"}))})}};
+    const auto preset = sequence({nested, setting("absent", "none"), setting("fine", "good")},
+                                 {step({"nested", "fine"})});
+    EXPECT_TRUE(preset->exportMovie(movie_, folder_.file("out.tst"), 0, 10, nullptr));
+    const TWQECSExportStep& only = preset->exportRecord().steps.at(0);
+    ASSERT_THAT(only.rejected, SizeIs(1));
+    EXPECT_EQ(only.rejected[0].identifier, "nested");
+    EXPECT_EQ(only.rejected[0].reason, "a step has no installed fallback");
+}
+
 TEST_F(TWQECSExportRecordTest, AnInstalledSettingHasNoFault) {
     const auto fine = TWQECSSetting::initWithDictionary(setting("one", "good"));
     EXPECT_TRUE(fine->isInstalled());

@@ -303,6 +303,23 @@ TEST_F(PresetsEditing, KeepsPermissionsAndLinks) {
     EXPECT_EQ(std::distance(fs::directory_iterator(folder_.path()), {}), 2);
 }
 
+TEST_F(PresetsEditing, AFileThatCannotBeWrittenWholeStaysAsItWas) {
+    add({"--id", "a", "--name", "A", "--exporter", "MooV"});
+    const std::string before = content();
+    const std::string addAnother = "exec \"$0\" presets add \"$1\" --id b --name B --exporter MooV";
+    const ProgramResult full = TWQuickTime::test::runProgram(
+        {"sh", "-c", "trap '' XFSZ; ulimit -f 1; " + addAnother, TWQT_PROGRAM, file_});
+    EXPECT_EQ(full.exitStatus, 1);
+    EXPECT_EQ(full.errors, "twqt: add preset to " + file_ + " : input or output failed (-36)\n");
+    EXPECT_EQ(content(), before);
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder_.path()), {}), 1);
+    // The same limit kills a program that does not ignore the signal, in the middle of the file.
+    const ProgramResult killed = TWQuickTime::test::runProgram(
+        {"sh", "-c", "ulimit -f 1; " + addAnother, TWQT_PROGRAM, file_});
+    EXPECT_GT(killed.exitStatus, 128);
+    EXPECT_EQ(content(), before);
+}
+
 TEST_F(PresetsEditing, RefusesFilesThatAreNoPresetFilesAndLeavesThemAlone) {
     for (const std::string text : {"no property list", "<plist version=\"1.0\"><array/></plist>",
                                    "<plist version=\"1.0\"><dict><key>Export Presets</key>"
