@@ -18,6 +18,24 @@ constexpr std::uint64_t kGreatestRatio = 1032;
 /// Larger movies in so small a space are no movies.
 constexpr std::uint64_t kGreatestMovieInBytes = 256u << 20;
 
+/// How many bytes really come out of a zlib stream, without memory for them; stops behind `most`.
+std::uint64_t unpackedSize(std::span<const std::byte> packed, std::uint64_t most) {
+    z_stream stream{};
+    if (inflateInit(&stream) != Z_OK)
+        return 0;
+    Bytef scratch[32 * 1024];
+    stream.next_in = const_cast<Bytef*>(reinterpret_cast<const Bytef*>(packed.data()));
+    stream.avail_in = static_cast<uInt>(packed.size());
+    int status = Z_OK;
+    while (status == Z_OK && stream.total_out <= most) {
+        stream.next_out = scratch;
+        stream.avail_out = sizeof scratch;
+        status = inflate(&stream, Z_NO_FLUSH);
+    }
+    inflateEnd(&stream);
+    return stream.total_out;
+}
+
 void appendHeader(std::vector<std::byte>& out, std::size_t size, FourCharCode type) {
     FieldWriter writer(out);
     writer.field("size", static_cast<std::uint32_t>(size));
@@ -43,12 +61,15 @@ Expected<SharedBytes> decompressMovie(const AtomView& compressed, const AtomPlac
         return damagedAt(
             place, data->offset,
             std::to_string(packed.size()) + " bytes cannot hold " + std::to_string(size));
+    // A size that only claims to be large asks for no memory.
+    if (unpackedSize(packed.span(), size) != size)
+        return damagedAt(place, data->offset, "the compressed data have another size");
     std::vector<std::byte> movie(static_cast<std::size_t>(size));
-    auto unpackedSize = static_cast<uLongf>(size);
-    const int status = uncompress(reinterpret_cast<Bytef*>(movie.data()), &unpackedSize,
+    auto written = static_cast<uLongf>(size);
+    const int status = uncompress(reinterpret_cast<Bytef*>(movie.data()), &written,
                                   reinterpret_cast<const Bytef*>(packed.data()),
                                   static_cast<uLong>(packed.size()));
-    if (status != Z_OK || unpackedSize != size)
+    if (status != Z_OK || written != size)
         return damagedAt(place, data->offset, "the compressed data are broken");
     return SharedBytes::adopt(std::move(movie));
 }
