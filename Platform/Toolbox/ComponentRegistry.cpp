@@ -65,9 +65,8 @@ bool matches(const ComponentRecord& record, const ComponentDescription& wanted) 
 }  // namespace
 
 bool ComponentRecord::isInstalled() const {
-    std::call_once(asked_, [this] {
-        isInstalled_ = !registration.isInstalled || registration.isInstalled();
-    });
+    std::call_once(
+        asked_, [this] { isInstalled_ = !registration.isInstalled || registration.isInstalled(); });
     return isInstalled_;
 }
 
@@ -116,18 +115,17 @@ ComponentPointer findMatchingComponent(Component after, const ComponentDescripti
             ordered.begin(), ordered.end(), entry->second->serial,
             [](std::uint64_t serial, const auto& record) { return serial < record->serial; });
     }
-    next = std::find_if(next, ordered.end(), [&](const auto& record) {
-        return matches(*record, wanted);
-    });
+    next = std::find_if(next, ordered.end(),
+                        [&](const auto& record) { return matches(*record, wanted); });
     return next == ordered.end() ? nullptr : *next;
 }
 
 std::size_t countMatchingComponents(const ComponentDescription& wanted) {
     askProviders();
     std::shared_lock lock(table().mutex);
-    return static_cast<std::size_t>(std::count_if(
-        table().ordered.begin(), table().ordered.end(),
-        [&](const auto& record) { return matches(*record, wanted); }));
+    return static_cast<std::size_t>(
+        std::count_if(table().ordered.begin(), table().ordered.end(),
+                      [&](const auto& record) { return matches(*record, wanted); }));
 }
 
 ComponentInstance openInstance(const ComponentPointer& component) {
