@@ -3,9 +3,7 @@
 #include <algorithm>
 #include <string>
 
-extern "C" {
-#include <libavcodec/avcodec.h>
-}
+#include "Engines/codec/Private/CodecMap.h"
 
 namespace TWQuickTime::codec {
 namespace {
@@ -182,17 +180,24 @@ bool isOwnOfTheLibrary(std::string_view name) {
     return !name.starts_with("lib");
 }
 
-/// @param ask  of a name; a null pointer when the library does not have it
-template <class Ask>
-bool anyExists(std::string_view names, Ask ask) {
+/// The first of a list of names that `accept` takes; empty for none.
+template <class Accept>
+std::string firstOf(std::string_view names, Accept accept) {
     while (!names.empty()) {
         const std::size_t end = std::min(names.find(' '), names.size());
-        const std::string_view name = names.substr(0, end);
-        if (isOwnOfTheLibrary(name) || ask(std::string(name).c_str()))
-            return true;
+        if (std::string name(names.substr(0, end)); accept(name))
+            return name;
         names.remove_prefix(std::min(end + 1, names.size()));
     }
-    return false;
+    return {};
+}
+
+/// @param find  by name; a null pointer when the library does not have it
+template <class Find>
+bool anyExists(std::string_view names, Find find) {
+    return !firstOf(names, [find](const std::string& name) {
+                return isOwnOfTheLibrary(name) || find(name.c_str());
+            }).empty();
 }
 
 }  // namespace
@@ -219,6 +224,17 @@ bool decoderExists(const CodecName& codec) {
 
 bool encoderExists(const CodecName& codec) {
     return anyExists(codec.encoders, avcodec_find_encoder_by_name);
+}
+
+const AVCodec* installedEncoder(const CodecName* codec) {
+    const AVCodec* encoder = nullptr;
+    if (codec) {
+        firstOf(codec->encoders, [&encoder](const std::string& name) {
+            encoder = avcodec_find_encoder_by_name(name.c_str());
+            return encoder != nullptr;
+        });
+    }
+    return encoder;
 }
 
 }  // namespace TWQuickTime::codec

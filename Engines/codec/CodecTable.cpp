@@ -52,89 +52,86 @@ constexpr AVPixelFormat kCineform[] = {AV_PIX_FMT_YUV422P10, AV_PIX_FMT_GBRAP12}
 
 // Unless a row says otherwise, the quality range is (worst at 0, best at 1023).
 constexpr auto kVideoCodecs = std::to_array<VideoCodecEntry>({
-    {fourCode("avc1"), AV_CODEC_ID_H264, "libx264", QualityScale::crf, 43, 12, kH264},
-    {fourCode("hvc1"), AV_CODEC_ID_HEVC, "libx265", QualityScale::crf, 46, 14, k420},
-    {fourCode("mp4v"), AV_CODEC_ID_MPEG4, "mpeg4", QualityScale::quantizer, 31, 2, k420},
-    {fourCode("jpeg"), AV_CODEC_ID_MJPEG, "mjpeg", QualityScale::jpeg, 5, 98, kJpeg},
-    {fourCode("mjpa"), AV_CODEC_ID_MJPEG, "mjpeg", QualityScale::quantizer, 31, 2, kMjpegA},
-    {fourCode("rle "), AV_CODEC_ID_QTRLE, "qtrle", QualityScale::none, 0, 0, kAnimation},
-    {fourCode("raw "), AV_CODEC_ID_RAWVIDEO, "rawvideo", QualityScale::none, 0, 0, kRaw},
-    {fourCode("cvid"), AV_CODEC_ID_CINEPAK, "cinepak", QualityScale::lavcGlobal, 31, 2, kRgb},
-    {fourCode("rpza"), AV_CODEC_ID_RPZA, "rpza", QualityScale::none, 0, 0, kRpza},
-    {fourCode("smc "), AV_CODEC_ID_SMC, "smc", QualityScale::none, 0, 0, kPal8},
-    {fourCode("SVQ1"), AV_CODEC_ID_SVQ1, "svq1", QualityScale::quantizer, 31, 2, k410},
-    {fourCode("h263"), AV_CODEC_ID_H263, "h263", QualityScale::quantizer, 31, 2, k420},
-    {fourCode("h261"), AV_CODEC_ID_H261, "h261", QualityScale::quantizer, 31, 2, k420},
-    {fourCode("dvc "), AV_CODEC_ID_DVVIDEO, "dvvideo", QualityScale::none, 0, 0, k411},
-    {fourCode("dvcp"), AV_CODEC_ID_DVVIDEO, "dvvideo", QualityScale::none, 0, 0, kDvPal},
-    {fourCode("dv5n"), AV_CODEC_ID_DVVIDEO, "dvvideo", QualityScale::none, 0, 0, k422},
-    {fourCode("dv5p"), AV_CODEC_ID_DVVIDEO, "dvvideo", QualityScale::none, 0, 0, k422},
-    {fourCode("m1v "), AV_CODEC_ID_MPEG1VIDEO, "mpeg1video", QualityScale::quantizer, 31, 2, k420},
-    {fourCode("m2v1"), AV_CODEC_ID_MPEG2VIDEO, "mpeg2video", QualityScale::quantizer, 31, 2,
-     kMpeg2},
-    {fourCode("png "), AV_CODEC_ID_PNG, "png", QualityScale::none, 0, 0, kPng},
-    {fourCode("tiff"), AV_CODEC_ID_TIFF, "tiff", QualityScale::none, 0, 0, kRgbAlpha},
-    {fourCode("gif "), AV_CODEC_ID_GIF, "gif", QualityScale::none, 0, 0, kPal8},
-    {fourCode("tga "), AV_CODEC_ID_TARGA, "targa", QualityScale::none, 0, 0, kTarga},
-    {fourCode("sgi "), AV_CODEC_ID_SGI, "sgi", QualityScale::none, 0, 0, kRgbAlpha},
-    {fourCode("msvc"), AV_CODEC_ID_MSVIDEO1, "msvideo1", QualityScale::none, 0, 0, k555},
-    {fourCode("mjp2"), AV_CODEC_ID_JPEG2000, "jpeg2000", QualityScale::lavcGlobal, 80, 2, kJ2k},
-    {fourCode("apco"), AV_CODEC_ID_PRORES, "prores_ks", QualityScale::profileBits, 0, 0, k42210, 0},
-    {fourCode("apcs"), AV_CODEC_ID_PRORES, "prores_ks", QualityScale::profileBits, 0, 0, k42210, 1},
-    {fourCode("apcn"), AV_CODEC_ID_PRORES, "prores_ks", QualityScale::profileBits, 0, 0, k42210, 2},
-    {fourCode("apch"), AV_CODEC_ID_PRORES, "prores_ks", QualityScale::profileBits, 0, 0, k42210, 3},
-    {fourCode("ap4h"), AV_CODEC_ID_PRORES, "prores_ks", QualityScale::profileBits, 0, 0, k444410,
-     4},
-    {fourCode("ap4x"), AV_CODEC_ID_PRORES, "prores_ks", QualityScale::profileBits, 0, 0, k444410,
-     5},
-    {fourCode("AVdn"), AV_CODEC_ID_DNXHD, "dnxhd", QualityScale::profileBits, 0, 0, k422,
+    {fourCode("avc1"), AV_CODEC_ID_H264, QualityScale::crf, 43, 12, kH264},
+    {fourCode("hvc1"), AV_CODEC_ID_HEVC, QualityScale::crf, 46, 14, k420},
+    {fourCode("mp4v"), AV_CODEC_ID_MPEG4, QualityScale::quantizer, 31, 2, k420},
+    {fourCode("jpeg"), AV_CODEC_ID_MJPEG, QualityScale::jpeg, 5, 98, kJpeg},
+    {fourCode("mjpa"), AV_CODEC_ID_MJPEG, QualityScale::quantizer, 31, 2, kMjpegA},
+    {fourCode("rle "), AV_CODEC_ID_QTRLE, QualityScale::none, 0, 0, kAnimation},
+    {fourCode("raw "), AV_CODEC_ID_RAWVIDEO, QualityScale::none, 0, 0, kRaw},
+    {fourCode("cvid"), AV_CODEC_ID_CINEPAK, QualityScale::lavcGlobal, 31, 2, kRgb},
+    {fourCode("rpza"), AV_CODEC_ID_RPZA, QualityScale::none, 0, 0, kRpza},
+    {fourCode("smc "), AV_CODEC_ID_SMC, QualityScale::none, 0, 0, kPal8},
+    {fourCode("SVQ1"), AV_CODEC_ID_SVQ1, QualityScale::quantizer, 31, 2, k410},
+    {fourCode("h263"), AV_CODEC_ID_H263, QualityScale::quantizer, 31, 2, k420},
+    {fourCode("h261"), AV_CODEC_ID_H261, QualityScale::quantizer, 31, 2, k420},
+    {fourCode("dvc "), AV_CODEC_ID_DVVIDEO, QualityScale::none, 0, 0, k411},
+    {fourCode("dvcp"), AV_CODEC_ID_DVVIDEO, QualityScale::none, 0, 0, kDvPal},
+    {fourCode("dv5n"), AV_CODEC_ID_DVVIDEO, QualityScale::none, 0, 0, k422},
+    {fourCode("dv5p"), AV_CODEC_ID_DVVIDEO, QualityScale::none, 0, 0, k422},
+    {fourCode("m1v "), AV_CODEC_ID_MPEG1VIDEO, QualityScale::quantizer, 31, 2, k420},
+    {fourCode("m2v1"), AV_CODEC_ID_MPEG2VIDEO, QualityScale::quantizer, 31, 2, kMpeg2},
+    {fourCode("png "), AV_CODEC_ID_PNG, QualityScale::none, 0, 0, kPng},
+    {fourCode("tiff"), AV_CODEC_ID_TIFF, QualityScale::none, 0, 0, kRgbAlpha},
+    {fourCode("gif "), AV_CODEC_ID_GIF, QualityScale::none, 0, 0, kPal8},
+    {fourCode("tga "), AV_CODEC_ID_TARGA, QualityScale::none, 0, 0, kTarga},
+    {fourCode("sgi "), AV_CODEC_ID_SGI, QualityScale::none, 0, 0, kRgbAlpha},
+    {fourCode("msvc"), AV_CODEC_ID_MSVIDEO1, QualityScale::none, 0, 0, k555},
+    {fourCode("mjp2"), AV_CODEC_ID_JPEG2000, QualityScale::lavcGlobal, 80, 2, kJ2k},
+    {fourCode("apco"), AV_CODEC_ID_PRORES, QualityScale::profileBits, 0, 0, k42210, 0},
+    {fourCode("apcs"), AV_CODEC_ID_PRORES, QualityScale::profileBits, 0, 0, k42210, 1},
+    {fourCode("apcn"), AV_CODEC_ID_PRORES, QualityScale::profileBits, 0, 0, k42210, 2},
+    {fourCode("apch"), AV_CODEC_ID_PRORES, QualityScale::profileBits, 0, 0, k42210, 3},
+    {fourCode("ap4h"), AV_CODEC_ID_PRORES, QualityScale::profileBits, 0, 0, k444410, 4},
+    {fourCode("ap4x"), AV_CODEC_ID_PRORES, QualityScale::profileBits, 0, 0, k444410, 5},
+    {fourCode("AVdn"), AV_CODEC_ID_DNXHD, QualityScale::profileBits, 0, 0, k422,
      FF_PROFILE_DNXHR_SQ},
-    {fourCode("AVdh"), AV_CODEC_ID_DNXHD, "dnxhd", QualityScale::profileBits, 0, 0, k422,
+    {fourCode("AVdh"), AV_CODEC_ID_DNXHD, QualityScale::profileBits, 0, 0, k422,
      FF_PROFILE_DNXHR_SQ},
-    {fourCode("CFHD"), AV_CODEC_ID_CFHD, "cfhd", QualityScale::none, 0, 0, kCineform},
-    {fourCode("Hap1"), AV_CODEC_ID_HAP, "hap", QualityScale::none, 0, 0, kRgba},
-    {fourCode("Hap5"), AV_CODEC_ID_HAP, "hap", QualityScale::none, 0, 0, kRgba},
-    {fourCode("HapY"), AV_CODEC_ID_HAP, "hap", QualityScale::none, 0, 0, kRgba},
-    {fourCode("2vuy"), AV_CODEC_ID_RAWVIDEO, "rawvideo", QualityScale::none, 0, 0, kUyvy},
-    {fourCode("yuvs"), AV_CODEC_ID_RAWVIDEO, "rawvideo", QualityScale::none, 0, 0, kYuyv},
-    {fourCode("v210"), AV_CODEC_ID_V210, "v210", QualityScale::none, 0, 0, k42210},
-    {fourCode("v308"), AV_CODEC_ID_V308, "v308", QualityScale::none, 0, 0, kV308},
-    {fourCode("v408"), AV_CODEC_ID_V408, "v408", QualityScale::none, 0, 0, kV408},
-    {fourCode("v410"), AV_CODEC_ID_V410, "v410", QualityScale::none, 0, 0, kV410},
-    {fourCode("r210"), AV_CODEC_ID_R210, "r210", QualityScale::none, 0, 0, kGbr10},
-    {fourCode("R10k"), AV_CODEC_ID_R10K, "r10k", QualityScale::none, 0, 0, kGbr10},
-    {fourCode("b64a"), AV_CODEC_ID_RAWVIDEO, "rawvideo", QualityScale::none, 0, 0, kRgba64},
-    {fourCode("b48r"), AV_CODEC_ID_RAWVIDEO, "rawvideo", QualityScale::none, 0, 0, kRgb48},
-    {fourCode("b16g"), AV_CODEC_ID_RAWVIDEO, "rawvideo", QualityScale::none, 0, 0, kGrey16},
-    {fourCode("FFV1"), AV_CODEC_ID_FFV1, "ffv1", QualityScale::none, 0, 0, kFfv1},
-    {fourCode("vp08"), AV_CODEC_ID_VP8, "libvpx", QualityScale::crf, 56, 4, k420},
-    {fourCode("vp09"), AV_CODEC_ID_VP9, "libvpx-vp9", QualityScale::crf, 58, 10, k420},
-    {fourCode("av01"), AV_CODEC_ID_AV1, "libsvtav1", QualityScale::crf, 60, 12, k420},
+    {fourCode("CFHD"), AV_CODEC_ID_CFHD, QualityScale::none, 0, 0, kCineform},
+    {fourCode("Hap1"), AV_CODEC_ID_HAP, QualityScale::none, 0, 0, kRgba},
+    {fourCode("Hap5"), AV_CODEC_ID_HAP, QualityScale::none, 0, 0, kRgba},
+    {fourCode("HapY"), AV_CODEC_ID_HAP, QualityScale::none, 0, 0, kRgba},
+    {fourCode("2vuy"), AV_CODEC_ID_RAWVIDEO, QualityScale::none, 0, 0, kUyvy},
+    {fourCode("yuvs"), AV_CODEC_ID_RAWVIDEO, QualityScale::none, 0, 0, kYuyv},
+    {fourCode("v210"), AV_CODEC_ID_V210, QualityScale::none, 0, 0, k42210},
+    {fourCode("v308"), AV_CODEC_ID_V308, QualityScale::none, 0, 0, kV308},
+    {fourCode("v408"), AV_CODEC_ID_V408, QualityScale::none, 0, 0, kV408},
+    {fourCode("v410"), AV_CODEC_ID_V410, QualityScale::none, 0, 0, kV410},
+    {fourCode("r210"), AV_CODEC_ID_R210, QualityScale::none, 0, 0, kGbr10},
+    {fourCode("R10k"), AV_CODEC_ID_R10K, QualityScale::none, 0, 0, kGbr10},
+    {fourCode("b64a"), AV_CODEC_ID_RAWVIDEO, QualityScale::none, 0, 0, kRgba64},
+    {fourCode("b48r"), AV_CODEC_ID_RAWVIDEO, QualityScale::none, 0, 0, kRgb48},
+    {fourCode("b16g"), AV_CODEC_ID_RAWVIDEO, QualityScale::none, 0, 0, kGrey16},
+    {fourCode("FFV1"), AV_CODEC_ID_FFV1, QualityScale::none, 0, 0, kFfv1},
+    {fourCode("vp08"), AV_CODEC_ID_VP8, QualityScale::crf, 56, 4, k420},
+    {fourCode("vp09"), AV_CODEC_ID_VP9, QualityScale::crf, 58, 10, k420},
+    {fourCode("av01"), AV_CODEC_ID_AV1, QualityScale::crf, 60, 12, k420},
 });
 
 constexpr auto kSoundCodecs = std::to_array<SoundCodecEntry>({
-    {fourCode("raw "), AV_CODEC_ID_PCM_U8, "pcm_u8", 8, true},
-    {fourCode("twos"), AV_CODEC_ID_PCM_S16BE, "pcm_s16be", 16, true},
-    {fourCode("sowt"), AV_CODEC_ID_PCM_S16LE, "pcm_s16le", 16, true},
-    {fourCode("in24"), AV_CODEC_ID_PCM_S24BE, "pcm_s24be", 24, true},
-    {fourCode("in32"), AV_CODEC_ID_PCM_S32BE, "pcm_s32be", 32, true},
-    {fourCode("fl32"), AV_CODEC_ID_PCM_F32BE, "pcm_f32be", 32, true},
-    {fourCode("fl64"), AV_CODEC_ID_PCM_F64BE, "pcm_f64be", 64, true},
-    {fourCode("lpcm"), AV_CODEC_ID_PCM_S16LE, "pcm_s16le", 16, true},
-    {fourCode("ulaw"), AV_CODEC_ID_PCM_MULAW, "pcm_mulaw", 8, true},
-    {fourCode("alaw"), AV_CODEC_ID_PCM_ALAW, "pcm_alaw", 8, true},
-    {fourCode("ima4"), AV_CODEC_ID_ADPCM_IMA_QT, "adpcm_ima_qt", 16, false},
-    {fourCode("mp4a"), AV_CODEC_ID_AAC, "aac", 16, false},
-    {fourCode(".mp3"), AV_CODEC_ID_MP3, "libmp3lame", 16, false},
-    {fourCode(".mp2"), AV_CODEC_ID_MP2, "mp2", 16, false},
-    {0x6D730002, AV_CODEC_ID_ADPCM_MS, "adpcm_ms", 16, false},
-    {0x6D730011, AV_CODEC_ID_ADPCM_IMA_WAV, "adpcm_ima_wav", 16, false},
-    {fourCode("alac"), AV_CODEC_ID_ALAC, "alac", 16, false},
-    {fourCode("ac-3"), AV_CODEC_ID_AC3, "ac3", 16, false},
-    {fourCode("ec-3"), AV_CODEC_ID_EAC3, "eac3", 16, false},
-    {fourCode("Opus"), AV_CODEC_ID_OPUS, "libopus", 16, false},
-    {fourCode("fLaC"), AV_CODEC_ID_FLAC, "flac", 16, false},
-    {fourCode("vrbs"), AV_CODEC_ID_VORBIS, "libvorbis", 16, false},
+    {fourCode("raw "), AV_CODEC_ID_PCM_U8, 8, true},
+    {fourCode("twos"), AV_CODEC_ID_PCM_S16BE, 16, true},
+    {fourCode("sowt"), AV_CODEC_ID_PCM_S16LE, 16, true},
+    {fourCode("in24"), AV_CODEC_ID_PCM_S24BE, 24, true},
+    {fourCode("in32"), AV_CODEC_ID_PCM_S32BE, 32, true},
+    {fourCode("fl32"), AV_CODEC_ID_PCM_F32BE, 32, true},
+    {fourCode("fl64"), AV_CODEC_ID_PCM_F64BE, 64, true},
+    {fourCode("lpcm"), AV_CODEC_ID_PCM_S16LE, 16, true},
+    {fourCode("ulaw"), AV_CODEC_ID_PCM_MULAW, 8, true},
+    {fourCode("alaw"), AV_CODEC_ID_PCM_ALAW, 8, true},
+    {fourCode("ima4"), AV_CODEC_ID_ADPCM_IMA_QT, 16, false},
+    {fourCode("mp4a"), AV_CODEC_ID_AAC, 16, false},
+    {fourCode(".mp3"), AV_CODEC_ID_MP3, 16, false},
+    {fourCode(".mp2"), AV_CODEC_ID_MP2, 16, false},
+    {0x6D730002, AV_CODEC_ID_ADPCM_MS, 16, false},
+    {0x6D730011, AV_CODEC_ID_ADPCM_IMA_WAV, 16, false},
+    {fourCode("alac"), AV_CODEC_ID_ALAC, 16, false},
+    {fourCode("ac-3"), AV_CODEC_ID_AC3, 16, false},
+    {fourCode("ec-3"), AV_CODEC_ID_EAC3, 16, false},
+    {fourCode("Opus"), AV_CODEC_ID_OPUS, 16, false},
+    {fourCode("fLaC"), AV_CODEC_ID_FLAC, 16, false},
+    {fourCode("vrbs"), AV_CODEC_ID_VORBIS, 16, false},
 });
 
 template <class Entries>
@@ -254,26 +251,12 @@ AVCodecID soundDecoderId(const SoundDescription& description) {
     return idInTags(avformat_get_mov_audio_tags(), description.format);
 }
 
-bool canDecodeVideo(std::uint32_t type) {
-    const AVCodecID id = videoDecoderId(type);
-    return id != AV_CODEC_ID_NONE && avcodec_find_decoder(id) != nullptr;
-}
-
-bool canDecodeSound(std::uint32_t type) {
-    SoundDescription description;
-    description.format = type;
-    const AVCodecID id = soundDecoderId(description);
-    return id != AV_CODEC_ID_NONE && avcodec_find_decoder(id) != nullptr;
-}
-
 bool canEncodeVideo(std::uint32_t type) {
-    const VideoCodecEntry* entry = videoCodecEntry(type);
-    return entry && avcodec_find_encoder_by_name(entry->encoder) != nullptr;
+    return videoCodecEntry(type) && installedEncoder(findVideoCodecName(type));
 }
 
 bool canEncodeSound(std::uint32_t type) {
-    const SoundCodecEntry* entry = soundCodecEntry(type);
-    return entry && avcodec_find_encoder_by_name(entry->encoder) != nullptr;
+    return soundCodecEntry(type) && installedEncoder(findSoundCodecName(type));
 }
 
 std::vector<std::uint32_t> videoEncoderTypes() {

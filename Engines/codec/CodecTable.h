@@ -1,4 +1,4 @@
-// Which codec types this machine can decode and encode, asked of the installed codec library.
+// Which codec types this machine can encode, asked of the installed codec library.
 //
 //     if (!canEncodeVideo(fourCode("apcn"))) …
 #pragma once
@@ -9,9 +9,7 @@
 
 namespace TWQuickTime::codec {
 
-/// @param type  a sample description's format, as 'avc1'; aliases of other writers are known too
-bool canDecodeVideo(std::uint32_t type);
-bool canDecodeSound(std::uint32_t type);
+/// @param type  a sample description's format, as 'avc1'
 bool canEncodeVideo(std::uint32_t type);
 bool canEncodeSound(std::uint32_t type);
 

@@ -1,6 +1,10 @@
 // Photo-JPEG by libjpeg-turbo. The first picture is coded twice to learn its best Huffman tables;
 // with every symbol added that it happened not to use, they serve the following pictures in one
 // pass.
+//
+// A data rate is met by moving the quality from picture to picture: each that comes out too large
+// or too small says how far the next one has to go.
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdlib>
@@ -21,11 +25,15 @@ namespace {
 
 /// After so many pictures the tables are learned anew: scenes change.
 constexpr int kPicturesPerTables = 250;
+/// By how many steps of quality the size about doubles, cautiously.
+constexpr double kStepsPerDoubling = 12;
+/// What earlier pictures took too much or left over is settled within so many.
+constexpr double kPicturesToSettle = 8;
 
 class JpegEncoder : public VideoEncoder {
   public:
     JpegEncoder(VideoEncoderSettings settings, PictureTarget input, int quality)
-        : VideoEncoder(std::move(settings)) {
+        : VideoEncoder(std::move(settings)), quality_(quality) {
         input_ = input;
         errors_.install();
         info_.err = &errors_.manager;
@@ -52,6 +60,9 @@ class JpegEncoder : public VideoEncoder {
         const auto* bytes = reinterpret_cast<const std::byte*>(written_);
         Packet packet = Packet::owning(std::vector<std::byte>(bytes, bytes + writtenSize_));
         keepLargerBuffer();
+        if (settings_.bytesPerSecond > 0) {
+            aimForRate(double(packet.bytes.size()));
+        }
         packet.presentationTime = packet.decodeTime = frame.time;
         packet.duration = frame.duration;
         ready_.push_back(std::move(packet));
@@ -99,6 +110,15 @@ class JpegEncoder : public VideoEncoder {
         writePlanes(frame);
         jpeg_finish_compress(&info_);
         return true;
+    }
+
+    void aimForRate(double size) {
+        const double share = double(settings_.bytesPerSecond) / settings_.frameRate.value();
+        leftOver_ = std::clamp(leftOver_ + share - size, -share * kPicturesToSettle,
+                               share * kPicturesToSettle);
+        const double wanted = std::max(share + leftOver_ / kPicturesToSettle, share / 8);
+        quality_ = std::clamp(quality_ - kStepsPerDoubling * std::log2(size / wanted), 1.0, 98.0);
+        jpeg_set_quality(&info_, int(std::lround(quality_)), TRUE);
     }
 
     /// The library puts a larger block in the place of one that is too small.
@@ -180,6 +200,9 @@ class JpegEncoder : public VideoEncoder {
     std::array<std::vector<std::uint8_t>, 3> strips_;
     std::deque<Packet> ready_;
     int encoded_ = 0;
+    double quality_;
+    /// Bytes that the pictures so far left of their shares.
+    double leftOver_ = 0;
 };
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include <cmath>
 #include <deque>
 
+#include "Engines/codec/AdaptivePalette.h"
 #include "Engines/codec/PalettePicture.h"
 #include "Engines/codec/Private/CodecHeaders.h"
 #include "Engines/codec/Private/EncoderFactories.h"
@@ -39,7 +40,9 @@ class NativeVideoEncoder : public VideoEncoder {
     Status encode(const VideoFrame& given) override {
         VideoFrame picture = given;
         if (context_->pix_fmt == AV_PIX_FMT_PAL8) {
-            auto indexed = palettePicture(given);
+            // GIF carries any palette; the other codec of 256 colours has the standard one.
+            auto indexed = context_->codec_id == AV_CODEC_ID_GIF ? palette_.convert(given)
+                                                                 : palettePicture(given);
             if (!indexed) {
                 return indexed.failure();
             }
@@ -194,6 +197,7 @@ class NativeVideoEncoder : public VideoEncoder {
     CodecContextPointer context_;
     PacketPointer packet_;
     FramePointer frame_;
+    AdaptivePalette palette_;
     int qualityLambda_ = 0;
     int plainFormat_ = -1;
     bool intraOnly_ = isIntraOnly(context_->codec_id);
@@ -227,6 +231,8 @@ void setRate(AVCodecContext& context, const VideoEncoderSettings& settings) {
     context.bit_rate = bits;
     context.rc_max_rate = bits + bits / 2;
     context.rc_buffer_size = static_cast<int>(std::min<std::int64_t>(bits * 2, 1 << 30));
+    // The library's default is meant for large pictures; small ones would never come to their rate.
+    context.bit_rate_tolerance = static_cast<int>(std::min<std::int64_t>(bits / 4, 1 << 30));
 }
 
 void setX264(AVCodecContext& context, const VideoEncoderSettings& settings,
@@ -359,9 +365,9 @@ PictureTarget inputOf(const VideoEncoderSettings& settings, AVPixelFormat format
 Expected<std::unique_ptr<VideoEncoder>> openNativeEncoder(const VideoEncoderSettings& settings,
                                                           const VideoCodecEntry& entry) {
     silenceLibrary();
-    const AVCodec* codec = avcodec_find_encoder_by_name(entry.encoder);
+    const AVCodec* codec = installedEncoder(findVideoCodecName(entry.type));
     if (!codec) {
-        return Failure{FailureKind::notAvailable, std::string("no encoder ") + entry.encoder};
+        return Failure{FailureKind::notAvailable, "no encoder for this video codec type"};
     }
     CodecContextPointer context(avcodec_alloc_context3(codec));
     if (!context) {
@@ -407,7 +413,7 @@ Expected<std::unique_ptr<VideoEncoder>> openNativeEncoder(const VideoEncoderSett
     context->codec_tag = settings.layout == StreamLayout::movie ? nativeTag(settings.codec) : 0;
     const int lambda = setQuality(*context, settings, entry);
     if (const int error = avcodec_open2(context.get(), codec, nullptr); error < 0) {
-        Failure failure = nativeFailure(error, std::string("opening encoder ") + entry.encoder);
+        Failure failure = nativeFailure(error, std::string("opening encoder ") + codec->name);
         failure.kind = error == AVERROR(ENOMEM) ? FailureKind::limit : FailureKind::unsupported;
         return failure;
     }

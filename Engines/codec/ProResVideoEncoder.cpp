@@ -117,7 +117,7 @@ class ProResEncoder : public VideoEncoder {
             return context.get();
         }
         silenceLibrary();
-        const AVCodec* codec = avcodec_find_encoder_by_name(entry_.encoder);
+        const AVCodec* codec = installedEncoder(findVideoCodecName(entry_.type));
         if (!codec) {
             return Failure{FailureKind::notAvailable, "no ProRes encoder"};
         }

@@ -221,6 +221,7 @@ class NativeSoundEncoder : public SoundEncoder {
                 continue;
             }
             const std::int64_t duration = packet_->duration;
+            const std::int64_t time = packet_->pts;
             Packet packet = takeShared();
             packet.duration = bytesPerFrame_ > 0
                                   ? std::int64_t(packet.bytes.size()) / bytesPerFrame_
@@ -231,8 +232,11 @@ class NativeSoundEncoder : public SoundEncoder {
                     packet.bytes.first(std::min<std::size_t>(64, packet.bytes.size()));
                 firstPacket_.assign(head.begin(), head.end());
             }
-            packet.presentationTime = packet.decodeTime = position_;
-            position_ += packet.duration;
+            // Packets of Vorbis differ in length, and its encoder knows its delay only now.
+            const bool timed = bytesPerFrame_ == 0 && time != AV_NOPTS_VALUE;
+            packet.presentationTime = packet.decodeTime =
+                timed ? time + context_->initial_padding : position_;
+            position_ = packet.presentationTime + packet.duration;
             ready_.push_back(std::move(packet));
         }
     }
@@ -375,21 +379,22 @@ Expected<std::unique_ptr<SoundEncoder>> SoundEncoder::open(const SoundEncoderSet
         return Failure{FailureKind::badArgument, "a sound format out of range"};
     }
     SoundEncoderSettings settings = given;
-    Chosen chosen{entry->type, entry->encoder, entry->id, settings.bitsPerSample, false, false};
+    const AVCodec* codec = installedEncoder(findSoundCodecName(entry->type));
+    Chosen chosen{entry->type, nullptr, entry->id, settings.bitsPerSample, false, false};
     if (entry->pcm) {
         const bool little = given.codec == fourCode("sowt") || given.codec == fourCode("lpcm");
         chosen =
             pcmOf(given.codec, settings.bitsPerSample > 0 ? settings.bitsPerSample : 16, little);
         settings.codec = chosen.type;
         settings.bitsPerSample = chosen.bits;
+        codec = avcodec_find_encoder_by_name(chosen.encoder);
     }
     silenceLibrary();
-    const AVCodec* codec = avcodec_find_encoder_by_name(chosen.encoder);
     if (!codec) {
-        return Failure{FailureKind::notAvailable, std::string("no encoder ") + chosen.encoder};
+        return Failure{FailureKind::notAvailable, "no encoder for this sound codec type"};
     }
     if (!supportsRate(*codec, settings.sampleRate)) {
-        return Failure{FailureKind::unsupported, std::string(chosen.encoder) + " cannot code " +
+        return Failure{FailureKind::unsupported, std::string(codec->name) + " cannot code " +
                                                      std::to_string(settings.sampleRate) + " Hz"};
     }
     CodecContextPointer context(avcodec_alloc_context3(codec));
@@ -414,7 +419,7 @@ Expected<std::unique_ptr<SoundEncoder>> SoundEncoder::open(const SoundEncoderSet
     }
     context->strict_std_compliance = FF_COMPLIANCE_UNOFFICIAL;
     if (const int error = avcodec_open2(context.get(), codec, nullptr); error < 0) {
-        Failure failure = nativeFailure(error, std::string("opening encoder ") + chosen.encoder);
+        Failure failure = nativeFailure(error, std::string("opening encoder ") + codec->name);
         failure.kind = error == AVERROR(ENOMEM) ? FailureKind::limit : FailureKind::unsupported;
         return failure;
     }

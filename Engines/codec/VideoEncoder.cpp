@@ -122,7 +122,7 @@ AVPixelFormat choosePixelFormat(const VideoEncoderSettings& settings,
 
 ColorTags encodedColor(const VideoEncoderSettings& settings, PixelFormat format) {
     ColorTags color = settings.color;
-    if (format.isRgb()) {
+    if (format.isRgb() || format.isGrey()) {
         color.matrix = 2;
         color.range = ColorRange::full;
         return color;

@@ -5,6 +5,7 @@
 #include <initializer_list>
 #include <span>
 
+#include "Engines/codec/CodecNames.h"
 #include "Engines/codec/Private/Native.h"
 #include "Engines/codec/SampleDescription.h"
 
@@ -20,10 +21,10 @@ enum class QualityScale {
     lavcGlobal,   ///< libavcodec's global quality for svq1, cinepak, …
 };
 
+/// How a type is encoded. Which encoder does it stands with the type's name.
 struct VideoCodecEntry {
     std::uint32_t type;
     AVCodecID id;
-    const char* encoder;
     QualityScale scale;
     double worst, best;
     /// The pixel formats that the type may carry, best first; for alpha and grey depths too.
@@ -34,10 +35,12 @@ struct VideoCodecEntry {
 struct SoundCodecEntry {
     std::uint32_t type;
     AVCodecID id;
-    const char* encoder;
     int bitsPerSample;
     bool pcm;
 };
+
+/// The first installed one of a codec's encoders; null for none and for no codec.
+const AVCodec* installedEncoder(const CodecName* codec);
 
 const VideoCodecEntry* videoCodecEntry(std::uint32_t type);
 const SoundCodecEntry* soundCodecEntry(std::uint32_t type);
