@@ -93,10 +93,9 @@ class Pipeline {
         }
     }
 
-    template <class Encoder>
-    bool forward(Encoder& encoder, BoundedQueue<Packet>& queue) {
+    bool forwardPictures() {
         for (;;) {
-            auto packet = encoder.receive();
+            auto packet = video_->encoder().receive();
             if (!packet) {
                 fail(packet.failure());
                 return false;
@@ -104,7 +103,7 @@ class Pipeline {
             if (!*packet) {
                 return true;
             }
-            if (!queue.push(std::move(**packet))) {
+            if (!videoPackets_.push(std::move(**packet))) {
                 return false;
             }
         }
@@ -117,35 +116,29 @@ class Pipeline {
                 return fail(status.failure());
             }
             picture.reset();
-            if (!forward(encoder, videoPackets_)) {
+            if (!forwardPictures()) {
                 return;
             }
         }
         if (auto status = encoder.finish(); !status) {
             return fail(status.failure());
         }
-        if (forward(encoder, videoPackets_)) {
+        if (forwardPictures()) {
             videoPackets_.close();
         }
     }
 
     void produceSound() {
-        codec::SoundEncoder& encoder = sound_->encoder();
-        std::vector<float> samples;
         for (;;) {
-            if (auto status = sound_->next(samples); !status) {
-                return fail(status.failure());
+            auto packet = sound_->next();
+            if (!packet) {
+                return fail(packet.failure());
             }
-            const bool end = samples.empty();
-            const Status status = end ? encoder.finish() : encoder.encode(samples);
-            if (!status) {
-                return fail(status.failure());
-            }
-            if (!forward(encoder, soundPackets_)) {
-                return;
-            }
-            if (end) {
+            if (!*packet) {
                 return soundPackets_.close();
+            }
+            if (!soundPackets_.push(std::move(**packet))) {
+                return;
             }
         }
     }

@@ -5,7 +5,7 @@
 #include <numeric>
 
 #include "Engines/timeline/TweenEvaluator.h"
-#include "Engines/transcode/SoundEnd.h"
+#include "Engines/transcode/SoundEdits.h"
 
 namespace TWQuickTime::transcode {
 
@@ -34,8 +34,7 @@ class SoundMixer::Voice {
         : track_(track),
           reader_(std::move(reader)),
           format_(format),
-          movieScale_(std::max<std::uint32_t>(movie.timeScale, 1)),
-          soundEnd_(soundEnd(movie, track, std::int64_t(format.sampleRate))),
+          edits_(movie, track, std::int64_t(format.sampleRate)),
           origin_(start.nearestIn(std::int64_t(format.sampleRate))),
           volume_(timeline::TweenEvaluator::ofVolume(movie, track)) {}
 
@@ -47,7 +46,7 @@ class SoundMixer::Voice {
         std::int64_t at = origin_ + position;
         const std::int64_t end = at + std::int64_t(frames);
         while (at < end) {
-            auto piece = pieceAt(at);
+            const SoundPiece piece = edits_.at(at);
             const std::int64_t until = std::min(end, piece.end);
             const auto count = std::size_t(until - at);
             if (piece.silent) {
@@ -65,49 +64,7 @@ class SoundMixer::Voice {
     }
 
   private:
-    struct Piece {
-        bool silent = true;
-        std::int64_t begin = 0, end = 0;  ///< frames of the mixer's rate, movie time
-        std::size_t index = 0;
-        timeline::Edit edit;
-    };
-
-    std::int64_t framesAt(std::int64_t movieTime) const {
-        return timeline::rescale(movieTime, movieScale_, std::int64_t(format_.sampleRate));
-    }
-
-    std::int64_t endOfEdit(std::size_t index) const {
-        return index + 1 == track_.edits.size() ? soundEnd_
-                                                : framesAt(track_.edits.at(index).trackEnd());
-    }
-
-    Piece pieceAt(std::int64_t frame) const {
-        // Edges fall on whole frames, so the edit is looked for by its edges in frames.
-        const auto edits = track_.edits.edits();
-        Piece piece;
-        std::size_t low = 0, high = edits.size();
-        while (low < high) {
-            const std::size_t middle = (low + high) / 2;
-            if (endOfEdit(middle) <= frame) {
-                low = middle + 1;
-            } else {
-                high = middle;
-            }
-        }
-        if (low == edits.size()) {
-            piece.end = INT64_MAX;
-            return piece;
-        }
-        const timeline::PlacedEdit placed = track_.edits.at(low);
-        piece.begin = framesAt(placed.trackStart);
-        piece.end = endOfEdit(low);
-        piece.edit = placed.edit;
-        piece.index = low;
-        piece.silent = placed.edit.isEmpty() || placed.edit.rate <= 0;
-        return piece;
-    }
-
-    Status sound(const Piece& piece, std::int64_t at, std::size_t count,
+    Status sound(const SoundPiece& piece, std::int64_t at, std::size_t count,
                  std::vector<float>& appendTo) {
         if (!resampler_ || resamplerEdit_ != piece.index || nextFrame_ != at) {
             if (auto status = begin(piece, at); !status) {
@@ -141,7 +98,7 @@ class SoundMixer::Voice {
     }
 
     /// Sets decoder and resampler on the place of an edit that sounds at a frame.
-    Status begin(const Piece& piece, std::int64_t at) {
+    Status begin(const SoundPiece& piece, std::int64_t at) {
         const double rate = piece.edit.rate / 65536.0;
         const double mediaRate = reader_->sampleRate();
         const codec::SoundFormat from{reader_->channels(), std::round(mediaRate * rate)};
@@ -216,8 +173,7 @@ class SoundMixer::Voice {
     const timeline::Track& track_;
     std::unique_ptr<SoundTrackReader> reader_;
     codec::SoundFormat format_;
-    std::uint32_t movieScale_;
-    std::int64_t soundEnd_;  ///< frames of the mixer's rate
+    SoundEdits edits_;
     std::int64_t origin_;
     timeline::TweenEvaluator volume_;
     std::unique_ptr<codec::Resampler> resampler_;
@@ -238,11 +194,7 @@ Expected<std::unique_ptr<SoundMixer>> SoundMixer::open(const timeline::Movie& mo
     mixer->format_ = format;
     mixer->origin_ = start.nearestIn(std::int64_t(format.sampleRate));
     std::optional<Failure> firstFailure;
-    for (const auto& track : movie.tracks) {
-        const bool wanted = onlyTrack ? track.get() == onlyTrack : track->enabled();
-        if (!wanted || !isHeard(*track)) {
-            continue;
-        }
+    for (const timeline::Track* track : soundTracks(movie, onlyTrack)) {
         auto reader = SoundTrackReader::open(*track);
         if (!reader) {
             if (!firstFailure) {
@@ -274,14 +226,21 @@ Status SoundMixer::mix(std::size_t frames, std::vector<float>& samples) {
     return {};
 }
 
+std::vector<const timeline::Track*> soundTracks(const timeline::Movie& movie,
+                                                const timeline::Track* onlyTrack) {
+    std::vector<const timeline::Track*> tracks;
+    for (const auto& track : movie.tracks) {
+        if ((onlyTrack ? track.get() == onlyTrack : track->enabled()) && isHeard(*track)) {
+            tracks.push_back(track.get());
+        }
+    }
+    return tracks;
+}
+
 codec::SoundFormat naturalSoundFormat(const timeline::Movie& movie,
                                       const timeline::Track* onlyTrack) {
     codec::SoundFormat format{0, 0};
-    for (const auto& track : movie.tracks) {
-        const bool wanted = onlyTrack ? track.get() == onlyTrack : track->enabled();
-        if (!wanted || !isHeard(*track)) {
-            continue;
-        }
+    for (const timeline::Track* track : soundTracks(movie, onlyTrack)) {
         if (auto reader = SoundTrackReader::open(*track)) {
             format.channels = std::max(format.channels, (*reader)->channels());
             format.sampleRate = std::max(format.sampleRate, (*reader)->sampleRate());

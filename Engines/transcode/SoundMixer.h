@@ -53,4 +53,8 @@ class SoundMixer {
 codec::SoundFormat naturalSoundFormat(const timeline::Movie& movie,
                                       const timeline::Track* onlyTrack);
 
+/// The tracks that can be heard.
+std::vector<const timeline::Track*> soundTracks(const timeline::Movie& movie,
+                                                const timeline::Track* onlyTrack);
+
 }  // namespace TWQuickTime::transcode

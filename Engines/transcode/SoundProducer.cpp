@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "Engines/codec/ByteOrder.h"
+#include "Engines/transcode/SoundEnd.h"
 
 namespace TWQuickTime::transcode {
 
@@ -31,6 +32,18 @@ int mostChannels(std::uint32_t type) {
         default:
             return 8;
     }
+}
+
+/// The frame behind the last one of a range. Pictures may go on when no sound does: no silence is
+/// made for the rest. A range that reaches the end of all sound has it to the last frame.
+std::int64_t endOfRange(const timeline::Movie& movie, const timeline::Track* onlyTrack,
+                        std::int64_t end, std::int64_t sampleRate) {
+    std::int64_t soundEnds = 0, tracksEnd = 0;
+    for (const timeline::Track* track : soundTracks(movie, onlyTrack)) {
+        soundEnds = std::max(soundEnds, soundEnd(movie, *track, sampleRate));
+        tracksEnd = std::max(tracksEnd, track->duration());
+    }
+    return end >= tracksEnd ? soundEnds : timeline::rescale(end, movie.timeScale, sampleRate);
 }
 
 }  // namespace
@@ -75,26 +88,53 @@ Expected<std::unique_ptr<SoundProducer>> SoundProducer::open(
     }
     std::unique_ptr<SoundProducer> producer(new SoundProducer());
     producer->encoder_ = std::move(*encoder);
-    const codec::SoundFormat format{encoding.channels, double(encoding.sampleRate)};
-    auto mixer = SoundMixer::open(movie, format,
-                                  {start, std::max<std::int64_t>(movie.timeScale, 1)}, onlyTrack);
+    const std::int64_t firstFrame = timeline::rescale(start, movie.timeScale, encoding.sampleRate);
+    const std::int64_t endFrame =
+        endOfRange(movie, onlyTrack, start + duration, encoding.sampleRate);
+    producer->frames_ = endFrame > firstFrame
+                            ? endFrame - firstFrame
+                            : timeline::rescale(duration, movie.timeScale, encoding.sampleRate);
+    const Time begin{start, std::max<std::int64_t>(movie.timeScale, 1)};
+    producer->copy_ =
+        PcmCopy::open(movie, onlyTrack, *producer->encoder_, begin, producer->frames_);
+    if (producer->copy_) {
+        return producer;
+    }
+    auto mixer =
+        SoundMixer::open(movie, {encoding.channels, double(encoding.sampleRate)}, begin, onlyTrack);
     if (!mixer) {
         return mixer.failure();
     }
     producer->mixer_ = std::move(*mixer);
-    producer->frames_ = timeline::rescale(start + duration, movie.timeScale, encoding.sampleRate) -
-                        timeline::rescale(start, movie.timeScale, encoding.sampleRate);
     return producer;
 }
 
-Status SoundProducer::next(std::vector<float>& samples) {
+Expected<std::optional<codec::Packet>> SoundProducer::next() {
+    if (copy_) {
+        return copy_->next();
+    }
+    for (;;) {
+        auto packet = encoder_->receive();
+        if (!packet || *packet || ended_) {
+            return packet;
+        }
+        if (auto status = encodeMore(); !status) {
+            return status.failure();
+        }
+    }
+}
+
+Status SoundProducer::encodeMore() {
     const std::int64_t count = std::min(kFramesPerBlock, frames_ - done_);
     if (count <= 0) {
-        samples.clear();
-        return {};
+        ended_ = true;
+        return encoder_->finish();
     }
     done_ += count;
-    return mixer_->mix(std::size_t(count), samples);
+    if (auto status = mixer_->mix(std::size_t(count), samples_); !status) {
+        return status;
+    }
+    return encoder_->encode(samples_);
 }
 
 }  // namespace TWQuickTime::transcode

@@ -188,6 +188,7 @@ Status SourceExport::State::openSound(const codec::SoundBlock& first) {
     encoding.sampleRate =
         int(std::lround(sound.sampleRate > 0 ? sound.sampleRate : first.sampleRate));
     encoding.bitsPerSample = sound.bitsPerSample;
+    encoding.bytesPerSecond = sound.bytesPerSecond;
     const bool own = settings.kind == FileKind::quickTime || settings.kind == FileKind::mpeg4 ||
                      settings.kind == FileKind::m4v || settings.kind == FileKind::threeGpp ||
                      settings.kind == FileKind::m4a;
