@@ -48,7 +48,8 @@ Expected<std::unique_ptr<ForeignWriter>> ForeignWriter::create(const std::string
     return std::unique_ptr<ForeignWriter>(new ForeignWriter(std::move(state)));
 }
 
-Expected<int> ForeignWriter::addStream(const NativeParameters& parameters, Rational frameRate) {
+Expected<int> ForeignWriter::addStream(const NativeParameters& parameters, Rational frameRate,
+                                       const std::string& language) {
     AVStream* stream = avformat_new_stream(state_->context, nullptr);
     if (!stream) {
         return Failure{FailureKind::limit, "avformat_new_stream"};
@@ -67,8 +68,33 @@ Expected<int> ForeignWriter::addStream(const NativeParameters& parameters, Ratio
         }
     }
     stream->sample_aspect_ratio = parameters.parameters->sample_aspect_ratio;
+    if (!language.empty()) {
+        av_dict_set(&stream->metadata, "language", language.c_str(), 0);
+    }
     state_->timeBases.push_back(parameters.timeBase);
     return stream->index;
+}
+
+Status ForeignWriter::addChapter(const ForeignChapter& chapter) {
+    AVFormatContext& context = *state_->context;
+    auto** grown = static_cast<AVChapter**>(
+        av_realloc_array(context.chapters, context.nb_chapters + 1, sizeof(AVChapter*)));
+    if (!grown) {
+        return Failure{FailureKind::limit, "av_realloc_array"};
+    }
+    context.chapters = grown;
+    auto* made = static_cast<AVChapter*>(av_mallocz(sizeof(AVChapter)));
+    if (!made) {
+        return Failure{FailureKind::limit, "av_mallocz"};
+    }
+    // The context frees it with everything else.
+    context.chapters[context.nb_chapters++] = made;
+    made->id = context.nb_chapters;
+    made->time_base = {1, chapter.timeScale};
+    made->start = chapter.start;
+    made->end = chapter.end;
+    av_dict_set(&made->metadata, "title", chapter.title.c_str(), 0);
+    return {};
 }
 
 Status ForeignWriter::begin(const std::vector<std::pair<std::string, std::string>>& metadata) {

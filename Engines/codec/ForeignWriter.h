@@ -1,6 +1,7 @@
 // Files of other formats, written by the codec library's muxers.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <utility>
@@ -14,6 +15,12 @@ namespace TWQuickTime::codec {
 
 struct NativeParameters;
 
+struct ForeignChapter {
+    std::int64_t start = 0, end = 0;
+    std::int32_t timeScale = 600;  ///< units per second
+    std::string title;             ///< UTF-8
+};
+
 class ForeignWriter {
   public:
     /// @param format  the library's name of the format: "avi", "matroska", "wav" …
@@ -24,7 +31,11 @@ class ForeignWriter {
 
     /// @return the stream's number
     /// @param frameRate  of video; {0, 1}: unknown
-    result::Expected<int> addStream(const NativeParameters& parameters, Rational frameRate);
+    /// @param language   three letters; empty: unknown
+    result::Expected<int> addStream(const NativeParameters& parameters, Rational frameRate,
+                                    const std::string& language);
+    /// Before begin(); formats without chapters leave it out.
+    result::Status addChapter(const ForeignChapter& chapter);
     /// After all streams were added.
     result::Status begin(const std::vector<std::pair<std::string, std::string>>& metadata);
     /// Times in the units of the parameters' time base; decode times grow within a stream.

@@ -1,7 +1,9 @@
 #include "Engines/transcode/ForeignSink.h"
 
-#include "Engines/codec/ByteOrder.h"
+#include <algorithm>
+
 #include "Engines/codec/ForeignWriter.h"
+#include "Engines/transcode/LanguageCode.h"
 
 namespace TWQuickTime::transcode {
 
@@ -37,29 +39,22 @@ const char* formatName(FileKind kind) {
     }
 }
 
-/// The text of a '©…' item: its first record, {length, language, bytes}.
-std::string firstText(const timeline::UserDataItem& item) {
-    const auto bytes = item.data.span();
-    if (bytes.size() < 4) {
-        return {};
-    }
-    const std::size_t length = std::min<std::size_t>(codec::u16At(bytes, 0), bytes.size() - 4);
-    return {reinterpret_cast<const char*>(bytes.data() + 4), length};
-}
-
-std::vector<std::pair<std::string, std::string>> metadataOf(const timeline::UserData& userData) {
+std::vector<std::pair<std::string, std::string>> metadataOf(const Passengers& passengers) {
     static constexpr std::pair<std::uint32_t, const char*> kKeys[] = {
-        {0xA96E616D, "title"}, {0xA9415254, "artist"},   {0xA9637079, "copyright"},
-        {0xA9616C62, "album"}, {0xA9636D74, "comment"},  {0xA967656E, "genre"},
-        {0xA9646179, "date"},  {0xA9777274, "composer"},
+        {0xA96E616D, "title"},       {0xA9415254, "artist"}, {0xA9617574, "author"},
+        {0xA9637079, "copyright"},   {0xA9616C62, "album"},  {0xA9636D74, "comment"},
+        {0xA967656E, "genre"},       {0xA9646179, "date"},   {0xA9777274, "composer"},
+        {0xA9646573, "description"},
     };
     std::vector<std::pair<std::string, std::string>> metadata;
     for (const auto& [type, key] : kKeys) {
-        if (const timeline::UserDataItem* item = userData.find(type)) {
-            if (std::string text = firstText(*item); !text.empty()) {
-                metadata.emplace_back(key, std::move(text));
-            }
+        const auto title = std::ranges::find(passengers.titles, type, &Title::type);
+        if (title != passengers.titles.end()) {
+            metadata.emplace_back(key, title->text);
         }
+    }
+    if (!passengers.timeCodeLabel.empty()) {
+        metadata.emplace_back("timecode", passengers.timeCodeLabel);
     }
     return metadata;
 }
@@ -81,20 +76,30 @@ class ForeignSink : public MediaSink {
     Status begin(Passengers passengers) override {
         if (video_.encoder) {
             auto number = writer_->addStream(*video_.encoder->parameters(),
-                                             video_.encoder->settings().frameRate);
+                                             video_.encoder->settings().frameRate,
+                                             languageLetters(passengers.videoLanguage));
             if (!number) {
                 return number.failure();
             }
             videoNumber_ = *number;
         }
         if (sound_.encoder) {
-            auto number = writer_->addStream(*sound_.encoder->parameters(), {});
+            auto number = writer_->addStream(*sound_.encoder->parameters(), {},
+                                             languageLetters(passengers.soundLanguage));
             if (!number) {
                 return number.failure();
             }
             soundNumber_ = *number;
         }
-        return writer_->begin(metadataOf(passengers.userData));
+        for (const Chapter& chapter : passengers.chapters) {
+            if (auto status =
+                    writer_->addChapter({chapter.start, chapter.end,
+                                         std::int32_t(passengers.chapterScale), chapter.title});
+                !status) {
+                return status;
+            }
+        }
+        return writer_->begin(metadataOf(passengers));
     }
 
     Status writeVideo(const codec::Packet& packet) override {

@@ -12,6 +12,8 @@
 #include "Engines/codec/SoundEncoder.h"
 #include "Engines/codec/VideoEncoder.h"
 #include "Engines/timeline/Movie.h"
+#include "Engines/transcode/Chapters.h"
+#include "Engines/transcode/Titles.h"
 
 namespace TWQuickTime::transcode {
 
@@ -30,11 +32,17 @@ struct SoundStream {
 
 /// What goes along with the samples from the exported movie.
 struct Passengers {
+    /// Name, author, copyright …
+    std::vector<Title> titles;
+    /// User data of movies that other formats have no place for: titles in all their languages.
     timeline::UserData userData;
+    std::vector<Chapter> chapters;
+    std::uint32_t chapterScale = 600;  ///< units of the chapters' times per second
     /// One timecode track over the whole file: its description and the number of its first frame.
     std::vector<std::byte> timeCodeDescription;
     std::uint32_t timeCodeScale = 0;
     std::int32_t firstTimeCodeFrame = 0;
+    std::string timeCodeLabel;  ///< of the first frame, "01:00:00:10"; empty: none
     std::uint16_t videoLanguage = 0, soundLanguage = 0;
     std::uint64_t creationTime = 0;  ///< seconds since 1904-01-01 00:00 UTC
 };

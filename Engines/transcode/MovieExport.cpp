@@ -244,7 +244,7 @@ Status exportMovie(const ExportRequest& request) {
         }
     }
     const timeline::Track* main = video ? &video->mainTrack() : nullptr;
-    if (auto status = (*sink)->begin(passengersOf(movie, main, start)); !status) {
+    if (auto status = (*sink)->begin(passengersOf(movie, main, start, end - start)); !status) {
         return status;
     }
     if (auto status = Pipeline(video.get(), sound.get(), **sink).run(request.progress); !status) {

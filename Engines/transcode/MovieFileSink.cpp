@@ -8,6 +8,7 @@
 #include "Engines/moviefile/FileStorage.h"
 #include "Engines/moviefile/MediaDataWriter.h"
 #include "Engines/moviefile/MovieWriter.h"
+#include "Engines/transcode/LanguageCode.h"
 
 namespace TWQuickTime::transcode {
 
@@ -158,10 +159,11 @@ class MovieFileSink : public MediaSink {
 
   private:
     void prepareMedia(timeline::Media& media, const char* name) const {
-        media.handler.name = name;
         if (isIso(kind_)) {
+            // A name would begin with its length, which these files do not expect.
             media.handler.componentType = 0;
         } else {
+            media.handler.name = name;
             media.handler.manufacturer = fourCode("appl");
         }
         media.dataReferences.push_back(moviefile::makeSelfReference());
@@ -217,6 +219,9 @@ class MovieFileSink : public MediaSink {
                                          : 600;
         movie.creationTime = movie.modificationTime = passengers_.creationTime;
         movie.userData = std::move(passengers_.userData);
+        if (isIso(kind_) && !passengers_.titles.empty()) {
+            movie.userData.add(fourCode("meta"), metadataList(passengers_.titles));
+        }
         timeline::Track* videoTrack = nullptr;
         if (video_.media) {
             if (auto status = buildVideo(movie, videoTrack); !status) {
@@ -228,7 +233,12 @@ class MovieFileSink : public MediaSink {
                 return status;
             }
         }
-        return videoTrack ? buildTimeCode(movie, *videoTrack) : Status();
+        if (videoTrack) {
+            if (auto status = buildTimeCode(movie, *videoTrack); !status) {
+                return status;
+            }
+        }
+        return passengers_.chapters.empty() ? Status() : buildChapters(movie);
     }
 
     void date(timeline::Track& track) const {
@@ -267,7 +277,8 @@ class MovieFileSink : public MediaSink {
     }
 
     Status buildTimeCode(timeline::Movie& movie, timeline::Track& videoTrack) {
-        if (isIso(kind_) || passengers_.timeCodeDescription.size() < 34 ||
+        // Telephones know no timecode tracks; players of MPEG-4 files do.
+        if (kind_ == FileKind::threeGpp || passengers_.timeCodeDescription.size() < 34 ||
             passengers_.timeCodeScale == 0) {
             return {};
         }
@@ -300,12 +311,53 @@ class MovieFileSink : public MediaSink {
         return timeline::insertMedia(movie, track, 0, 0, samples.duration);
     }
 
-    std::uint16_t language(std::uint16_t carried) const {
-        constexpr std::uint16_t kUndetermined = 0x55C4;
-        if (isIso(kind_)) {
-            return carried >= 0x400 && carried != 0x7FFF ? carried : kUndetermined;
+    /// A text track that is not shown, named by all others as their list of chapters.
+    Status buildChapters(timeline::Movie& movie) {
+        timeline::Track& track = movie.addTrack({}, 0);
+        track.media = timeline::makeMedia(fourCode("text"), passengers_.chapterScale);
+        prepareMedia(*track.media, "TextHandler");
+        track.media->language = language(passengers_.videoLanguage);
+        track.media->addDescription(
+            timeline::SampleDescription(timeline::SharedBytes::adopt(chapterDescription())));
+        date(track);
+        track.setEnabled(false);
+        std::int64_t end = 0;
+        for (const Chapter& chapter : passengers_.chapters) {
+            // What lies between chapters is a chapter without a title.
+            if (chapter.start > end) {
+                if (auto status = addText(track, {}, chapter.start - end); !status) {
+                    return status;
+                }
+            }
+            if (auto status = addText(track, chapter.title, chapter.end - chapter.start); !status) {
+                return status;
+            }
+            end = chapter.end;
         }
-        return carried;
+        for (const auto& other : movie.tracks) {
+            const timeline::FourCharCode type = other->media->type();
+            if (type == fourCode("vide") || type == fourCode("soun")) {
+                other->addReference(fourCode("chap"), track.id);
+            }
+        }
+        return timeline::insertMedia(movie, track, 0, 0, end);
+    }
+
+    Status addText(timeline::Track& track, const std::string& text, std::int64_t duration) {
+        const std::vector<std::byte> sample = chapterSample(text);
+        auto offset = data_.append(sample);
+        if (!offset) {
+            return offset.failure();
+        }
+        timeline::NewSamples samples;
+        samples.offset = *offset;
+        samples.sizeInBytes = std::uint32_t(sample.size());
+        samples.duration = std::uint32_t(std::clamp<std::int64_t>(duration, 1, 0xFFFFFFFF));
+        return track.media->samples.append(samples);
+    }
+
+    std::uint16_t language(std::uint16_t carried) const {
+        return isIso(kind_) ? packedLanguage(carried) : carried;
     }
 
     moviefile::FileStorage& storage_;

@@ -1,5 +1,7 @@
 #include "Engines/transcode/Passengers.h"
 
+#include <algorithm>
+#include <cstdio>
 #include <ctime>
 
 #include "Engines/codec/ByteOrder.h"
@@ -15,8 +17,12 @@ namespace {
 /// Seconds from 1904 to 1970.
 constexpr std::uint64_t kEpochOffset = 2082844800;
 
-bool isText(std::uint32_t type) {
-    return type >> 24 == 0xA9;
+std::string labelText(const timeline::TimeCodeFormat& format, std::int64_t frame) {
+    const timeline::TimeCodeLabel label = timeline::labelOfFrame(format, frame);
+    char text[48];
+    std::snprintf(text, sizeof text, "%02u:%02u:%02u%c%02u", label.hours, label.minutes,
+                  label.seconds, timeline::countsDropFrame(format) ? ';' : ':', label.frames);
+    return text;
 }
 
 void takeTimeCode(const timeline::Movie& movie, const timeline::Track& mainTrack,
@@ -54,17 +60,31 @@ void takeTimeCode(const timeline::Movie& movie, const timeline::Track& mainTrack
     passengers.timeCodeScale = format->timeScale;
     passengers.firstTimeCodeFrame =
         static_cast<std::int32_t>(static_cast<std::int32_t>(codec::u32At(*bytes, 0)) + past);
+    if ((format->flags & timeline::kTimeCodeCounter) == 0) {
+        passengers.timeCodeLabel = labelText(*format, passengers.firstTimeCodeFrame);
+    }
 }
 
 }  // namespace
 
 Passengers passengersOf(const timeline::Movie& movie, const timeline::Track* mainTrack,
-                        std::int64_t start) {
+                        std::int64_t start, std::int64_t duration) {
     Passengers passengers;
+    passengers.titles = titlesOf(movie);
     for (const timeline::UserDataItem& item : movie.userData.items) {
-        if (isText(item.type)) {
+        if (isTitle(item.type) || item.type == fourCode("name")) {
             passengers.userData.items.push_back(item);
         }
+    }
+    for (const Title& title : passengers.titles) {
+        if (!passengers.userData.find(title.type)) {
+            passengers.userData.add(title.type, titleItem(title.text));
+        }
+    }
+    // Chapters of other formats count in 31 bits.
+    if (movie.timeScale >= 1 && movie.timeScale <= INT32_MAX) {
+        passengers.chapters = chaptersOf(movie, start, duration);
+        passengers.chapterScale = movie.timeScale;
     }
     const std::uint64_t now = std::uint64_t(std::time(nullptr)) + kEpochOffset;
     passengers.creationTime = movie.creationTime > 0 ? movie.creationTime : now;

@@ -5,9 +5,9 @@
 
 namespace TWQuickTime::transcode {
 
-/// @param mainTrack  the track whose timecode counts; null: none
-/// @param start      of the exported range, movie time units
+/// @param mainTrack        the track whose timecode counts; null: none
+/// @param start, duration  of the exported range, movie time units
 Passengers passengersOf(const timeline::Movie& movie, const timeline::Track* mainTrack,
-                        std::int64_t start);
+                        std::int64_t start, std::int64_t duration);
 
 }  // namespace TWQuickTime::transcode

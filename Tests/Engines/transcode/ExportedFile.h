@@ -1,78 +1,62 @@
-// What outside programs say about a file that was exported.
+// Exports in tests, and what outside programs say about the files that come out.
 #pragma once
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
+#include "Engines/transcode/MovieExport.h"
 #include "RunProgram.h"
 
 namespace TWQuickTime::transcode::test {
 
-/// One entry of one stream, as ffprobe prints it: probe(path, "v:0", "codec_name").
-inline std::string probe(const std::string& path, const std::string& stream,
-                         const std::string& entry) {
-    const auto result = TWQuickTime::test::runProgram({"ffprobe", "-v", "error", "-select_streams",
-                                                       stream, "-show_entries", "stream=" + entry,
-                                                       "-of", "default=nw=1:nk=1", path});
-    EXPECT_EQ(result.exitStatus, 0) << result.errors;
-    EXPECT_EQ(result.errors, "");
-    return result.output.substr(0, result.output.find('\n'));
-}
+/// A range in seconds; a duration of 0 goes to the movie's end.
+struct Range {
+    double start = 0;
+    double duration = 0;
+};
 
-inline std::string probeFormat(const std::string& path, const std::string& entry) {
-    const auto result =
-        TWQuickTime::test::runProgram({"ffprobe", "-v", "error", "-show_entries", "format=" + entry,
-                                       "-of", "default=nw=1:nk=1", path});
-    return result.output.substr(0, result.output.find('\n'));
-}
+/// Opens a movie, by import when it is of another format, and exports it.
+result::Status exportFile(const std::string& source, const ExportSettings& settings,
+                          const std::string& path, Range range = {});
+
+/// Settings for one codec of each kind; 0 leaves a kind out.
+ExportSettings settingsFor(FileKind kind, std::uint32_t videoCodec, std::uint32_t soundCodec);
+
+/// One entry of one stream, as ffprobe prints it: probe(path, "v:0", "codec_name").
+std::string probe(const std::string& path, const std::string& stream, const std::string& entry);
+std::string probeFormat(const std::string& path, const std::string& entry);
 
 /// Frames (or packets of sound) that decode.
-inline int countFrames(const std::string& path, const std::string& stream) {
-    const auto result = TWQuickTime::test::runProgram(
-        {"ffprobe", "-v", "error", "-count_frames", "-select_streams", stream, "-show_entries",
-         "stream=nb_read_frames", "-of", "default=nw=1:nk=1", path});
-    EXPECT_EQ(result.errors, "");
-    return std::atoi(result.output.c_str());
-}
+int countFrames(const std::string& path, const std::string& stream);
 
 /// Presentation times of all frames, in seconds.
-inline std::vector<double> frameTimes(const std::string& path) {
-    const auto result =
-        TWQuickTime::test::runProgram({"ffprobe", "-v", "error", "-select_streams", "v:0",
-                                       "-show_entries", "frame=pts_time", "-of", "csv=p=0", path});
-    std::vector<double> times;
-    std::size_t at = 0;
-    while (at < result.output.size()) {
-        const std::size_t end = result.output.find('\n', at);
-        // Frames with side data are followed by empty lines.
-        if (const std::string line = result.output.substr(at, end - at); !line.empty()) {
-            times.push_back(std::atof(line.c_str()));
-        }
-        at = end == std::string::npos ? result.output.size() : end + 1;
-    }
-    return times;
-}
+std::vector<double> frameTimes(const std::string& path);
 
 /// Average PSNR over all frames and planes of two files with the same frames, in dB; 99: equal.
 /// @param filter  applied to the second file first
-inline double psnr(const std::string& a, const std::string& b, const std::string& filter = "null") {
-    const auto result = TWQuickTime::test::runProgram(
-        {"ffmpeg", "-nostdin", "-hide_banner", "-i", a, "-i", b, "-lavfi",
-         "[0:v]setpts=N/25/TB[a];[1:v]" + filter + ",setpts=N/25/TB[b];[a][b]psnr", "-f", "null",
-         "-"});
-    EXPECT_EQ(result.exitStatus, 0) << result.errors;
-    const std::size_t at = result.errors.find("average:");
-    if (at == std::string::npos) {
-        ADD_FAILURE() << result.errors;
-        return 0;
-    }
-    const std::string number = result.errors.substr(at + 8, 12);
-    return number.starts_with("inf") ? 99 : std::atof(number.c_str());
-}
+double psnr(const std::string& a, const std::string& b, const std::string& filter = "null");
 
-/// The first stream of sound, decoded by ffmpeg to one channel of floats at 48 kHz.
+/// The luma PSNR of each frame that both files have, in dB; 99: equal. Fails the test when ffmpeg
+/// has anything to say against decoding them.
+/// @param prepare   filters for the reference, before both are compared as 4:2:0
+/// @param prepared  filters for the exported file
+std::vector<double> lumaPsnrs(const std::string& reference, const std::string& exported,
+                              const std::string& prepare, const std::string& prepared,
+                              const std::string& scratchFile);
+
+/// The first stream of sound, decoded by ffmpeg to one channel of floats at 48 kHz, silence in
+/// front when it begins later than the file.
 std::vector<float> decodedSound(const std::string& path, const std::string& scratchFile);
+
+/// 1: the same but for the level. @param shift  how much later `b` is heard, in samples
+double correlation(const std::vector<float>& a, const std::vector<float>& b, std::ptrdiff_t shift);
+/// The shift of the greatest correlation, at most `reach` samples either way.
+std::ptrdiff_t bestShift(const std::vector<float>& a, const std::vector<float>& b,
+                         std::ptrdiff_t reach);
+/// Root mean square.
+double level(const std::vector<float>& samples);
 
 }  // namespace TWQuickTime::transcode::test

@@ -17,6 +17,7 @@ namespace TWQuickTime::transcode {
 namespace {
 
 using codec::fourCode;
+using test::correlation;
 using test::countFrames;
 using test::frameTimes;
 using test::probe;
@@ -114,20 +115,6 @@ class MovieExport : public testing::Test {
 
 TemporaryDirectory* MovieExport::media_ = nullptr;
 std::string MovieExport::source_;
-
-double correlation(const std::vector<float>& a, const std::vector<float>& b, std::ptrdiff_t shift) {
-    double ab = 0, aa = 0, bb = 0;
-    for (std::ptrdiff_t i = 0; i < std::ptrdiff_t(a.size()); ++i) {
-        const std::ptrdiff_t j = i + shift;
-        if (j < 0 || j >= std::ptrdiff_t(b.size())) {
-            continue;
-        }
-        ab += double(a[std::size_t(i)]) * b[std::size_t(j)];
-        aa += double(a[std::size_t(i)]) * a[std::size_t(i)];
-        bb += double(b[std::size_t(j)]) * b[std::size_t(j)];
-    }
-    return ab / std::sqrt(std::max(aa * bb, 1e-12));
-}
 
 TEST_F(MovieExport, WritesPhotoJpegAndPcmThatMatchTheSourceFrameByFrame) {
     const std::string out = folder_.file("out.mov");

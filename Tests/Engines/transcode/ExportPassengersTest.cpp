@@ -1,0 +1,240 @@
+// What travels from a movie to its export besides pictures and sound.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <fstream>
+
+#include "Engines/codec/ByteOrder.h"
+#include "Engines/codec/SampleDescription.h"
+#include "Engines/moviefile/MovieReader.h"
+#include "Engines/transcode/Chapters.h"
+#include "Engines/transcode/LanguageCode.h"
+#include "ExportedFile.h"
+#include "TemporaryDirectory.h"
+#include "TestMovie.h"
+
+namespace TWQuickTime::transcode {
+namespace {
+
+using codec::fourCode;
+using test::exportFile;
+using test::probe;
+using test::settingsFor;
+using testing::HasSubstr;
+using TWQuickTime::test::runFfmpeg;
+using TWQuickTime::test::runProgram;
+using TWQuickTime::test::TemporaryDirectory;
+
+/// A second of pictures and sound with everything that a file can say about itself.
+class ExportPassengers : public testing::Test {
+  protected:
+    static void SetUpTestSuite() {
+        media_ = new TemporaryDirectory();
+        const std::string facts = media_->file("facts");
+        std::ofstream(facts)
+            << ";FFMETADATA1\ntitle=Waves\nartist=A. Author\ncopyright=(c) N. N.\n"
+               "[CHAPTER]\nTIMEBASE=1/1000\nSTART=0\nEND=400\ntitle=Ebb\n"
+               "[CHAPTER]\nTIMEBASE=1/1000\nSTART=400\nEND=1000\ntitle=Fl\u00FBt\n";
+        runFfmpeg({"-f",
+                   "lavfi",
+                   "-i",
+                   "testsrc2=s=64x48:r=25:d=1",
+                   "-f",
+                   "lavfi",
+                   "-i",
+                   "sine=440:r=48000:d=1",
+                   "-i",
+                   facts,
+                   "-map",
+                   "0",
+                   "-map",
+                   "1",
+                   "-map_metadata",
+                   "2",
+                   "-map_chapters",
+                   "2",
+                   "-c:v",
+                   "libx264",
+                   "-pix_fmt",
+                   "yuv420p",
+                   "-vf",
+                   "setsar=4/3",
+                   "-c:a",
+                   "aac",
+                   "-timecode",
+                   "01:00:00:10",
+                   "-metadata:s:a",
+                   "language=ger",
+                   "-colorspace",
+                   "bt709",
+                   "-color_primaries",
+                   "bt709",
+                   "-color_trc",
+                   "bt709",
+                   source("a.mov")});
+    }
+    static void TearDownTestSuite() {
+        delete media_;
+        media_ = nullptr;
+    }
+    static std::string source(const char* name) { return media_->file(name); }
+
+    static std::string facts(const std::string& path) {
+        return runProgram({"ffprobe", "-v", "error", "-show_format", "-show_streams",
+                           "-show_chapters", path})
+            .output;
+    }
+    /// Start, end and title of each chapter.
+    static std::string chapters(const std::string& path) {
+        return runProgram({"ffprobe", "-v", "error", "-show_chapters", "-show_entries",
+                           "chapter=start_time,end_time:chapter_tags=title", "-of", "csv=p=0",
+                           path})
+            .output;
+    }
+
+    static TemporaryDirectory* media_;
+    TemporaryDirectory folder_;
+};
+
+TemporaryDirectory* ExportPassengers::media_ = nullptr;
+
+constexpr char kBothChapters[] = "0.000000,0.400000,Ebb\n0.400000,1.000000,Fl\u00FBt\n";
+
+TEST_F(ExportPassengers, ChaptersTravelIntoEveryFormatThatHasThem) {
+    const std::string mov = folder_.file("a.mov"), mp4 = folder_.file("a.mp4"),
+                      mkv = folder_.file("a.mkv");
+    ASSERT_TRUE(exportFile(source("a.mov"),
+                           settingsFor(FileKind::quickTime, fourCode("jpeg"), fourCode("sowt")),
+                           mov));
+    EXPECT_EQ(chapters(mov), kBothChapters);
+    ASSERT_TRUE(exportFile(source("a.mov"),
+                           settingsFor(FileKind::mpeg4, fourCode("avc1"), fourCode("mp4a")), mp4));
+    EXPECT_EQ(chapters(mp4), kBothChapters);
+    ASSERT_TRUE(exportFile(
+        source("a.mov"), settingsFor(FileKind::matroska, fourCode("avc1"), fourCode("fLaC")), mkv));
+    EXPECT_EQ(chapters(mkv), kBothChapters);
+}
+
+TEST_F(ExportPassengers, ARangeTakesTheChaptersThatItTouchesAndCutsThem) {
+    const std::string out = folder_.file("a.mov");
+    ASSERT_TRUE(exportFile(source("a.mov"),
+                           settingsFor(FileKind::quickTime, fourCode("jpeg"), fourCode("sowt")),
+                           out, {0.2, 0.4}));
+    EXPECT_EQ(chapters(out), "0.000000,0.200000,Ebb\n0.200000,0.400000,Fl\u00FBt\n");
+}
+
+TEST_F(ExportPassengers, ChaptersOfAListInTheUserDataAreTakenWhereThereIsNoTrack) {
+    timeline::Movie movie;
+    test::addColors(movie, 8, 8, {0xFFFFFFFF, 0xFF000000}, 600);
+    codec::ByteWriter list;
+    list.u32(0x01000000).u32(0).u8(2);
+    list.u64(0).u8(3).raw(std::as_bytes(std::span("One", 3)));
+    list.u64(10'000'000).u8(3).raw(std::as_bytes(std::span("Two", 3)));
+    movie.userData.add(fourCode("chpl"), timeline::SharedBytes::adopt(list.take()));
+    const std::vector<Chapter> chapters = chaptersOf(movie, 0, movie.duration());
+    ASSERT_EQ(chapters.size(), 2u);
+    EXPECT_EQ(chapters[0].title, "One");
+    EXPECT_EQ(chapters[0].end, 600);
+    EXPECT_EQ(chapters[1].start, 600);
+    EXPECT_EQ(chapters[1].end, 1200);
+}
+
+TEST_F(ExportPassengers, AListOfChaptersThatPromisesMoreThanItHoldsGivesWhatIsThere) {
+    timeline::Movie movie;
+    test::addColors(movie, 8, 8, {0xFFFFFFFF}, 600);
+    codec::ByteWriter list;
+    list.u32(0x01000000).u32(0).u8(255).u64(0).u8(200).raw(std::as_bytes(std::span("Cut", 3)));
+    movie.userData.add(fourCode("chpl"), timeline::SharedBytes::adopt(list.take()));
+    const std::vector<Chapter> chapters = chaptersOf(movie, 0, movie.duration());
+    ASSERT_EQ(chapters.size(), 1u);
+    EXPECT_EQ(chapters[0].title, "Cut");
+}
+
+TEST_F(ExportPassengers, TitlesTimecodeAndLanguageTravel) {
+    const struct {
+        const char* name;
+        FileKind kind;
+    } targets[] = {
+        {"a.mov", FileKind::quickTime}, {"a.mp4", FileKind::mpeg4}, {"a.mkv", FileKind::matroska}};
+    for (const auto& target : targets) {
+        const std::string out = folder_.file(target.name);
+        ASSERT_TRUE(exportFile(source("a.mov"),
+                               settingsFor(target.kind, fourCode("avc1"), fourCode("mp4a")), out,
+                               {0.2, 0.4}));
+        const std::string told = facts(out);
+        EXPECT_THAT(told, HasSubstr("=Waves")) << target.name;
+        EXPECT_THAT(told, HasSubstr("=A. Author")) << target.name;
+        EXPECT_THAT(told, HasSubstr("=(c) N. N.")) << target.name;
+        EXPECT_THAT(told, HasSubstr("=01:00:00:15")) << target.name;
+        EXPECT_THAT(told, testing::ContainsRegex("language=(deu|ger)")) << target.name;
+    }
+}
+
+TEST_F(ExportPassengers, ColoursAndPixelAspectTravel) {
+    for (const FileKind kind : {FileKind::quickTime, FileKind::mpeg4, FileKind::matroska}) {
+        const std::string out = folder_.file(kind == FileKind::matroska ? "b.mkv" : "b.mp4");
+        ASSERT_TRUE(exportFile(source("a.mov"), settingsFor(kind, fourCode("avc1"), 0), out));
+        EXPECT_EQ(probe(out, "v:0", "width"), "64");
+        EXPECT_EQ(probe(out, "v:0", "sample_aspect_ratio"), "4:3");
+        EXPECT_EQ(probe(out, "v:0", "color_space"), "bt709");
+        EXPECT_EQ(probe(out, "v:0", "color_primaries"), "bt709");
+        EXPECT_EQ(probe(out, "v:0", "color_transfer"), "bt709");
+    }
+}
+
+TEST_F(ExportPassengers, ATurnedMovieIsExportedUprightWithItsTurnBakedIn) {
+    runFfmpeg({"-i", source("a.mov"), "-map", "0:v", "-c", "copy", "-metadata:s:v", "rotate=90",
+               "-map_chapters", "-1", source("turned.mov")});
+    const std::string out = folder_.file("a.mov");
+    ASSERT_TRUE(exportFile(source("turned.mov"),
+                           settingsFor(FileKind::quickTime, fourCode("FFV1"), 0), out));
+    EXPECT_THAT(facts(source("turned.mov")), HasSubstr("rotation="));
+    EXPECT_THAT(facts(out), testing::Not(HasSubstr("rotation=")));
+    EXPECT_EQ(probe(out, "v:0", "width"), "48");
+    EXPECT_EQ(probe(out, "v:0", "height"), "64");
+    // Composed pictures are RGB, of which ffmpeg makes BT.601.
+    const auto quality = test::lumaPsnrs(source("turned.mov"), out,
+                                         "scale=in_color_matrix=bt709:out_color_matrix=bt601",
+                                         "null", folder_.file("psnr"));
+    ASSERT_EQ(quality.size(), 25u);
+    EXPECT_GT(*std::ranges::min_element(quality), 32);
+}
+
+TEST_F(ExportPassengers, TheCleanApertureTravelsWithUnchangedPixels) {
+    auto opened = moviefile::openMovieFile(source("a.mov"));
+    ASSERT_TRUE(opened);
+    timeline::Movie& movie = *opened->movie;
+    timeline::Media& media = *movie.trackOfType(fourCode("vide"))->media;
+    codec::ByteWriter record;
+    record.raw(media.descriptions.front().bytes());
+    const std::size_t atom = record.openAtom(fourCode("clap"));
+    record.u32(60).u32(1).u32(44).u32(1).u32(0).u32(1).u32(0).u32(1).closeAtom(atom).closeAtom(0);
+    media.descriptions.front() =
+        timeline::SampleDescription(timeline::SharedBytes::adopt(record.take()));
+    ExportRequest request;
+    request.movie = &movie;
+    request.duration = movie.duration();
+    request.settings = settingsFor(FileKind::quickTime, fourCode("jpeg"), 0);
+    request.path = folder_.file("a.mov");
+    ASSERT_TRUE(exportMovie(request));
+    const auto made = moviefile::openMovieFile(request.path);
+    ASSERT_TRUE(made);
+    const auto description = codec::readVideoDescription(
+        made->movie->trackOfType(fourCode("vide"))->media->descriptions.front().bytes());
+    ASSERT_TRUE(description);
+    EXPECT_EQ(description->cleanAperture, (codec::CleanAperture{60, 44, 0, 0}));
+}
+
+TEST(LanguageCode, ClassicCodesAndPackedLettersNameTheSameLanguages) {
+    EXPECT_EQ(languageLetters(0), "eng");
+    EXPECT_EQ(languageLetters(11), "jpn");
+    EXPECT_EQ(languageLetters(packedLanguage(2)), "deu");
+    EXPECT_EQ(languageLetters(0x55C4), "");
+    EXPECT_EQ(languageLetters(0x7FFF), "");
+    EXPECT_EQ(languageLetters(300), "");
+    EXPECT_EQ(languageLetters(0x400), "");
+}
+
+}  // namespace
+}  // namespace TWQuickTime::transcode
