@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <filesystem>
 #include <vector>
@@ -247,6 +248,86 @@ TEST_F(FamilyMovieExporterTest, RendersTheFramesOfAProcedureUntilItEnds) {
     EXPECT_EQ(MovieExportFromProceduresToDataRef(exporter, reference, type), paramErr);
     DisposeHandle(reference);
     CloseComponent(exporter);
+}
+
+/// A tone of 16 bits at 8 kHz, as long as the frames are.
+struct ToneSource {
+    std::int64_t given = 0;
+    std::int64_t length = 1600;
+    std::vector<char> bytes;
+    Handle description = nullptr;
+
+    ToneSource() {
+        description = NewHandleClear(36);
+        auto* record = reinterpret_cast<unsigned char*>(*description);
+        record[3] = 36;
+        std::memcpy(record + 4, "twos", 4);
+        record[15] = 1;
+        record[25] = 1;
+        record[27] = 16;
+        record[32] = 0x1F;
+        record[33] = 0x40;
+    }
+    ~ToneSource() { DisposeHandle(description); }
+};
+
+OSErr getTone(void* refcon, MovieExportGetDataParams* params) {
+    auto& source = *static_cast<ToneSource*>(refcon);
+    if (source.given == source.length)
+        return eofErr;
+    EXPECT_EQ(params->requestedTime, source.given);
+    EXPECT_GT(params->requestedSampleCount, 0);
+    const std::int64_t count =
+        std::min<std::int64_t>(params->requestedSampleCount, source.length - source.given);
+    source.bytes.clear();
+    for (std::int64_t i = 0; i < count; ++i) {
+        const auto level = static_cast<std::int16_t>((source.given + i) % 16 < 8 ? 8000 : -8000);
+        source.bytes.push_back(static_cast<char>(level >> 8));
+        source.bytes.push_back(static_cast<char>(level));
+    }
+    params->actualTime = params->requestedTime;
+    params->dataPtr = source.bytes.data();
+    params->dataSize = static_cast<std::int32_t>(source.bytes.size());
+    params->desc = source.description;
+    params->descType = fourCC("soun");
+    params->actualSampleCount = static_cast<std::int32_t>(count);
+    params->durationPerSample = 1;
+    source.given += count;
+    return noErr;
+}
+
+TEST_F(FamilyMovieExporterTest, WritesPicturesAndSoundOfTwoProceduresSideBySide) {
+    ComponentInstance exporter = openExporter("mpg4");
+    FrameSource frames;
+    ToneSource tone;
+    std::int32_t pictures = 0, sound = 0;
+    ASSERT_EQ(MovieExportAddDataSource(exporter, fourCC("vide"), 2500, &pictures, getProperty,
+                                       getFrame, &frames),
+              noErr);
+    ASSERT_EQ(MovieExportAddDataSource(exporter, fourCC("soun"), 8000, &sound, getProperty, getTone,
+                                       &tone),
+              noErr);
+    EXPECT_NE(pictures, sound);
+    const std::string out = folder_.file("out.mp4");
+    Handle reference = nullptr;
+    OSType type = 0;
+    ASSERT_EQ(QTNewDataReferenceFromFullPathCFString(out, kQTNativeDefaultPathStyle, 0, &reference,
+                                                     &type),
+              noErr);
+    EXPECT_EQ(MovieExportFromProceduresToDataRef(exporter, reference, type), noErr);
+    DisposeHandle(reference);
+    CloseComponent(exporter);
+    EXPECT_EQ(frames.asked, 5);
+    EXPECT_EQ(tone.given, 1600);
+    EXPECT_EQ(probe(out, "nb_read_frames"), "5");
+    const auto decoded =
+        TWQuickTime::test::runProgram({"ffmpeg", "-v", "error", "-i", out, "-f", "null", "-"});
+    EXPECT_EQ(decoded.exitStatus, 0);
+    EXPECT_EQ(decoded.errors, "");
+    const auto shown = TWQuickTime::test::runProgram(
+        {"ffprobe", "-v", "error", "-select_streams", "a", "-show_entries",
+         "stream=codec_name,sample_rate,duration", "-of", "csv=p=0", out});
+    EXPECT_EQ(shown.output, "aac,8000,0.200000\n");
 }
 
 OSErr failAtThird(void* refcon, MovieExportGetDataParams* params) {
