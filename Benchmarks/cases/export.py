@@ -58,8 +58,44 @@ def frames_are(bench, name, extension, count):
     expect(found == count, f"{found} frames instead of {count}")
 
 
+def luma_psnr(movie, source):
+    """Of the first 100 frames, in dB."""
+    result = subprocess.run(["ffmpeg", "-nostdin", "-i", movie, "-i", source, "-frames:v", "100", "-lavfi",
+                             "[0:v]format=yuv420p,setpts=N/25/TB[a];[1:v]format=yuv420p,setpts=N/25/TB[b];[a][b]psnr",
+                             "-f", "null", "-"], capture_output=True, text=True, check=True)
+    return float(result.stderr.split("PSNR y:")[1].split()[0])
+
+
+def not_worse(bench, ours, peer_command, peer, source, loss, growth):
+    """The peer's quality but for a loss in dB, in a file of its size but for a growth."""
+    subprocess.run([str(part) for part in peer_command], check=True)
+    difference = luma_psnr(ours, source) - luma_psnr(peer, source)
+    expect(difference >= -loss, f"{-difference:.2f} dB worse")
+    ratio = ours.stat().st_size / peer.stat().st_size
+    expect(ratio <= growth, f"{ratio:.2f} times as large")
+
+
 def ffmpeg(bench, movie, *options):
     return ["ffmpeg", "-v", "error", "-nostdin", "-y", "-i", movie, *options]
+
+
+def mjpeg_peer(bench):
+    return ffmpeg(bench, full_hd(bench), "-an", "-c:v", "mjpeg", "-pix_fmt", "yuvj420p", "-q:v", "4",
+                  bench.out / "peer-mjpeg.mov")
+
+
+def check_mjpeg(bench):
+    frames_are(bench, "mjpeg", "mov", 750)
+    not_worse(bench, bench.out / "mjpeg.mov", mjpeg_peer(bench), bench.out / "peer-mjpeg.mov", full_hd(bench), 0.3, 1.12)
+
+
+def prores_peer(bench):
+    return ffmpeg(bench, full_hd(bench), "-an", "-c:v", "prores_ks", "-profile:v", "2", bench.out / "peer-prores.mov")
+
+
+def check_prores(bench):
+    frames_are(bench, "prores", "mov", 750)
+    not_worse(bench, bench.out / "prores.mov", prores_peer(bench), bench.out / "peer-prores.mov", full_hd(bench), 0, 1.05)
 
 
 def prepared(name, make, *options):
@@ -73,16 +109,13 @@ CASES = [
     Case(name="export-mjpeg", title="1080p H.264 → Photo-JPEG 75 %, 30 s",
          prepare=prepared("mjpeg", full_hd, "--exporter", "MooV", "--video-codec", "jpeg", "--quality", "0.75", "--no-audio"),
          ours=lambda bench: export(bench, "mjpeg", full_hd(bench), "mov"),
-         check=lambda bench: frames_are(bench, "mjpeg", "mov", 750),
-         peers=[Peer("ffmpeg", lambda bench: ffmpeg(bench, full_hd(bench), "-an", "-c:v", "mjpeg", "-pix_fmt", "yuvj420p",
-                                                    "-q:v", "4", bench.out / "peer-mjpeg.mov"),
-                     [at_least("wall", 1.4), at_least("cpu", 1.5), at_most("memory", 0.6)])]),
+         check=check_mjpeg,
+         peers=[Peer("ffmpeg", mjpeg_peer, [at_least("wall", 1.4), at_least("cpu", 1.5), at_most("memory", 0.6)])]),
     Case(name="export-prores", title="1080p H.264 → ProRes 422, 30 s",
          prepare=prepared("prores", full_hd, "--exporter", "MooV", "--video-codec", "apcn", "--no-audio"),
          ours=lambda bench: export(bench, "prores", full_hd(bench), "mov"),
-         check=lambda bench: frames_are(bench, "prores", "mov", 750),
-         peers=[Peer("ffmpeg", lambda bench: ffmpeg(bench, full_hd(bench), "-an", "-c:v", "prores_ks", "-profile:v", "2",
-                                                    bench.out / "peer-prores.mov"), [at_least("wall", 5)])]),
+         check=check_prores,
+         peers=[Peer("ffmpeg", prores_peer, [at_least("wall", 5), at_most("memory", 1.0)])]),
     Case(name="export-h264", title="720p H.264 → H.264 medium, 20 s",
          prepare=prepared("h264", half_hd, "--exporter", "mpg4", "--video-codec", "avc1", "--quality", "0.645"),
          ours=lambda bench: export(bench, "h264", half_hd(bench), "mp4"),
@@ -97,17 +130,25 @@ CASES = [
          check=lambda bench: frames_are(bench, "small", "mov", 750),
          peers=[Peer("ffmpeg", lambda bench: ffmpeg(bench, full_hd(bench), "-an", "-vf", "scale=640:360", "-c:v", "mjpeg",
                                                     "-pix_fmt", "yuvj420p", "-q:v", "4", bench.out / "peer-small.mov"),
-                     [at_least("wall", 1.08)])]),
+                     [at_least("wall", 1.08), at_most("memory", 1.0)])]),
+    Case(name="export-small-h264", title="1080p → 640x360 H.264, 30 s",
+         prepare=prepared("small264", full_hd, "--exporter", "mpg4", "--video-codec", "avc1", "--quality", "0.645", "--size",
+                          "640x360", "--no-audio"),
+         ours=lambda bench: export(bench, "small264", full_hd(bench), "mp4"),
+         check=lambda bench: frames_are(bench, "small264", "mp4", 750),
+         peers=[Peer("ffmpeg", lambda bench: ffmpeg(bench, full_hd(bench), "-an", "-vf", "scale=640:360", "-c:v", "libx264",
+                                                    "-preset", "medium", "-crf", "23", bench.out / "peer-small264.mp4"),
+                     [at_least("wall", 1.03), at_most("memory", 1.0)])]),
     Case(name="export-aac-wave", title="AAC of an hour → WAVE",
          prepare=prepared("wave", sound_hour, "--exporter", "WAVE"),
          ours=lambda bench: export(bench, "wave", sound_hour(bench), "wav"),
          check=lambda bench: expect(abs(float(bench.probe(bench.out / "wave.wav", "-show_format")["format"]["duration"]) - 3600)
                                     < 0.05, "another length"),
-         peers=[Peer("ffmpeg", lambda bench: ffmpeg(bench, sound_hour(bench), bench.out / "peer.wav"), [at_least("wall", 1.3)])]),
+         peers=[Peer("ffmpeg", lambda bench: ffmpeg(bench, sound_hour(bench), bench.out / "peer.wav"), [at_least("wall", 1.3), at_most("memory", 1.0)])]),
     Case(name="export-pcm-wave", title="PCM of an hour → WAVE",
          prepare=prepared("pcm", pcm_hour, "--exporter", "WAVE"),
          ours=lambda bench: export(bench, "pcm", pcm_hour(bench), "wav"),
          check=lambda bench: expect(abs(float(bench.probe(bench.out / "pcm.wav", "-show_format")["format"]["duration"]) - 3600)
                                     < 0.05, "another length"),
-         peers=[Peer("ffmpeg", lambda bench: ffmpeg(bench, pcm_hour(bench), bench.out / "peer.wav"), [at_least("wall", 2)])]),
+         peers=[Peer("ffmpeg", lambda bench: ffmpeg(bench, pcm_hour(bench), bench.out / "peer.wav"), [at_least("wall", 2), at_most("memory", 1.0)])]),
 ]
