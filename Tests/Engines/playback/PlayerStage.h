@@ -17,6 +17,7 @@ constexpr std::int64_t kRate = 48000;
 /// 1, 2, 3 … so that silence is none of them: the level at frame n is n + 1.
 inline std::vector<std::int16_t> countingLevels(int count) {
     std::vector<std::int16_t> levels;
+    levels.reserve(std::size_t(count));
     for (int i = 0; i < count; ++i) {
         levels.push_back(std::int16_t(i + 1));
     }
@@ -26,6 +27,7 @@ inline std::vector<std::int16_t> countingLevels(int count) {
 /// The levels of the frames [first, end).
 inline std::vector<int> levelsOf(std::int64_t first, std::int64_t end) {
     std::vector<int> levels;
+    levels.reserve(std::size_t(end - first));
     for (std::int64_t i = first; i < end; ++i) {
         levels.push_back(int(i) + 1);
     }

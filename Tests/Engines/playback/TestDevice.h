@@ -42,6 +42,7 @@ struct DeviceLab : std::enable_shared_from_this<DeviceLab> {
     /// The recorded samples as sixteen-bit levels.
     std::vector<int> levels() const {
         std::vector<int> all;
+        all.reserve(recorded.size());
         for (const float sample : recorded) {
             all.push_back(int(std::lround(sample * 32768)));
         }
