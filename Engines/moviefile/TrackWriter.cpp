@@ -1,4 +1,6 @@
 // Writing 'trak'.
+#include <limits>
+
 #include "Engines/moviefile/HeaderAtoms.h"
 #include "Engines/moviefile/InputMapAtom.h"
 #include "Engines/moviefile/TrackAtoms.h"
@@ -84,14 +86,23 @@ void writePreload(WriteContext& context, const Track& track, const AtomView* ori
 }
 
 void writeReferences(WriteContext& context, const Track& track, const AtomView* original) {
+    std::size_t unlimited = std::numeric_limits<std::size_t>::max();
+    if (original && readTrackReferences(*original, unlimited) == track.references) {
+        context.sink.bytes(original->bytes);
+        return;
+    }
     const std::vector<std::byte> payload = trackReferencesPayload(track.references, original);
-    if (!payload.empty() || (original && original->payload().empty()))
+    if (!payload.empty())
         putPayload(context.sink, original, fourCharCode("tref"), payload);
 }
 
 void writeAperture(WriteContext& context, const Track& track, const AtomView* original) {
+    if (original && readApertureDimensions(*original) == track.aperture) {
+        context.sink.bytes(original->bytes);
+        return;
+    }
     const std::vector<std::byte> payload = apertureDimensionsPayload(track.aperture, original);
-    if (!payload.empty() || (original && original->payload().empty()))
+    if (!payload.empty())
         putPayload(context.sink, original, fourCharCode("tapt"), payload);
 }
 

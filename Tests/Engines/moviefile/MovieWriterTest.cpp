@@ -132,6 +132,13 @@ TEST(MovieWriter, OnlyTheFirstMediaInformationHeaderIsTheMediasOwn) {
     EXPECT_TRUE(write(*opened) == doubled);
 }
 
+TEST(MovieWriter, ApertureDimensionsThatCannotBeReadStayAsTheyAre) {
+    const Bytes whole = atom("clef", joined({u32(0), u32(64 << 16), u32(48 << 16)}));
+    const Bytes cut = atom("enof", joined({u32(0), u32(64 << 16)}));
+    const Bytes damaged = movie(track(atom("tapt", joined({whole, cut, whole}))));
+    EXPECT_TRUE(write(*read(damaged)) == damaged);
+}
+
 TEST(MovieWriter, AnEmptyListOfReferencesKeepsTheBytesBehindIt) {
     const Bytes references =
         atom("dref", joined({u32(0), u32(0), atom("url ", u32(1)), bytesOf("tail")}));
