@@ -33,7 +33,7 @@ constexpr double kPicturesToSettle = 8;
 class JpegEncoder : public VideoEncoder {
   public:
     JpegEncoder(VideoEncoderSettings settings, PictureTarget input, int quality)
-        : VideoEncoder(std::move(settings)), quality_(quality) {
+        : VideoEncoder(settings), quality_(quality) {
         input_ = input;
         errors_.install();
         info_.err = &errors_.manager;

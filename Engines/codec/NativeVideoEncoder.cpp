@@ -25,7 +25,7 @@ class NativeVideoEncoder : public VideoEncoder {
   public:
     NativeVideoEncoder(VideoEncoderSettings settings, PictureTarget input, int qualityLambda,
                        CodecContextPointer context)
-        : VideoEncoder(std::move(settings)),
+        : VideoEncoder(settings),
           context_(std::move(context)),
           packet_(av_packet_alloc()),
           frame_(av_frame_alloc()),

@@ -37,7 +37,7 @@ std::int64_t bytesPerFrame(int profile, int width, int height) {
 class ProResEncoder : public VideoEncoder {
   public:
     ProResEncoder(VideoEncoderSettings settings, PictureTarget input, const VideoCodecEntry& entry)
-        : VideoEncoder(std::move(settings)),
+        : VideoEncoder(settings),
           entry_(entry),
           target_(bytesPerFrame(entry.profile, settings_.width, settings_.height)),
           smallest_(entry.profile == 0 ? 4 : 1),

@@ -98,7 +98,7 @@ class NativeSoundEncoder : public SoundEncoder {
   public:
     NativeSoundEncoder(SoundEncoderSettings settings, const Chosen& chosen, bool pcm,
                        CodecContextPointer context)
-        : SoundEncoder(std::move(settings)),
+        : SoundEncoder(settings),
           chosen_(chosen),
           context_(std::move(context)),
           packet_(av_packet_alloc()),

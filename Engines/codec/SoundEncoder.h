@@ -60,7 +60,7 @@ class SoundEncoder {
     virtual std::shared_ptr<const NativeParameters> parameters() const = 0;
 
   protected:
-    explicit SoundEncoder(SoundEncoderSettings settings) : settings_(std::move(settings)) {}
+    explicit SoundEncoder(const SoundEncoderSettings& settings) : settings_(settings) {}
     SoundEncoderSettings settings_;
 };
 

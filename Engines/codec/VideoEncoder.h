@@ -93,7 +93,7 @@ class VideoEncoder {
     virtual std::shared_ptr<const NativeParameters> parameters() const = 0;
 
   protected:
-    explicit VideoEncoder(VideoEncoderSettings settings) : settings_(std::move(settings)) {}
+    explicit VideoEncoder(const VideoEncoderSettings& settings) : settings_(settings) {}
     /// Extension atoms of the codec itself ('avcC', 'esds').
     virtual std::vector<std::byte> codecExtensions() const { return {}; }
 

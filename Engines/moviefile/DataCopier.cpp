@@ -120,7 +120,7 @@ DataCopier::Window* DataCopier::windowFor(const Range& range) {
             oldest = &window;
     }
     // Remember where the range ends: what continues there is a sequence.
-    if (windows_.size() < greatestWindowCount)
+    if (!oldest || windows_.size() < greatestWindowCount)
         oldest = &windows_.emplace_back();
     oldest->store = range.store;
     oldest->offset = range.offset + range.sizeInBytes;
