@@ -195,43 +195,5 @@ TEST_F(MovieCommands, TweensAreAddedToTheSound) {
                 HasSubstr("(-2009)"));
 }
 
-TEST_F(MovieCommands, InfoAgreesWithAnotherProgramOnEverySample) {
-    const std::string folder = TWQuickTime::test::sampleMediaFolder();
-    if (folder.empty())
-        GTEST_SKIP() << "TWQT_MEDIA names no folder of sample media";
-    int movies = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-        const std::string extension = entry.path().extension();
-        if (extension != ".mov" && extension != ".mp4" && extension != ".3gp" &&
-            extension != ".m4a")
-            continue;
-        const std::string path = entry.path();
-        const json info = jsonOf({"info", path});
-        const ProgramResult probed =
-            runProgram({"ffprobe", "-v", "error", "-of", "json", "-show_entries",
-                        "stream=id,codec_tag_string,nb_frames,codec_type", path});
-        const json streams = json::parse(probed.output)["streams"];
-        int compared = 0;
-        for (const json& stream : streams) {
-            const int id = std::stoi(stream["id"].get<std::string>(), nullptr, 16);
-            for (const json& track : info["tracks"]) {
-                if (track["id"] != id)
-                    continue;
-                ++compared;
-                if (stream["codec_tag_string"].get<std::string>().size() == 4) {
-                    EXPECT_EQ(track["codec"], stream["codec_tag_string"]) << path;
-                }
-                if (stream.contains("nb_frames")) {
-                    EXPECT_EQ(std::to_string(track["samples"].get<int>()), stream["nb_frames"])
-                        << path;
-                }
-            }
-        }
-        EXPECT_EQ(compared, static_cast<int>(streams.size())) << path;
-        ++movies;
-    }
-    EXPECT_GT(movies, 10);
-}
-
 }  // namespace
 }  // namespace twqt

@@ -10,6 +10,7 @@
 #include "Engines/moviefile/MovieReader.h"
 #include "Engines/moviefile/MovieWriter.h"
 #include "Engines/moviefile/StorageSampleStore.h"
+#include "MovieRecipes.h"
 #include "PacketListing.h"
 #include "RunProgram.h"
 #include "TemporaryDirectory.h"
@@ -159,55 +160,11 @@ TEST(SampleMovies, ChangingTheUserDataChangesNoOtherAtom) {
     }
 }
 
-struct Recipe {
-    const char* name;
-    std::vector<std::string> arguments;
-    const char* extension = ".mov";
-};
-
-const std::vector<std::string> kTestVideo = {"-f", "lavfi", "-i", "testsrc=s=64x48:r=25:d=2"};
-const std::vector<std::string> kTestSound = {"-f", "lavfi", "-i", "sine=r=48000:d=2"};
-
-std::vector<Recipe> recipes() {
-    return {
-        {"plain", {"-c:v", "mpeg4", "-c:a", "pcm_s16be"}},
-        {"movie in front", {"-c:v", "libx264", "-c:a", "aac", "-movflags", "+faststart"}},
-        {"reordered", {"-c:v", "libx264", "-bf", "3", "-g", "12", "-c:a", "aac"}, ".mp4"},
-        {"negative offsets",
-         {"-c:v", "libx264", "-bf", "2", "-c:a", "aac", "-movflags", "+negative_cts_offsets"},
-         ".mp4"},
-        {"fragments",
-         {"-c:v", "libx264", "-g", "10", "-c:a", "aac", "-movflags", "+frag_keyframe+empty_moov"},
-         ".mp4"},
-        {"fragments with bases",
-         {"-c:v", "libx264", "-g", "10", "-c:a", "aac", "-movflags",
-          "+frag_keyframe+default_base_moof"},
-         ".mp4"},
-        {"fragments of raw sound",
-         {"-c:v", "mpeg4", "-c:a", "pcm_s16be", "-movflags", "+frag_keyframe+empty_moov"}},
-        {"timecode", {"-c:v", "mjpeg", "-timecode", "01:02:03:04", "-c:a", "pcm_s24le"}},
-        {"aspect", {"-c:v", "mjpeg", "-vf", "setsar=16/15", "-c:a", "pcm_u8"}},
-        {"metadata keys",
-         {"-c:v", "mjpeg", "-c:a", "pcm_f32be", "-metadata", "title=A title", "-movflags",
-          "+use_metadata_tags"}},
-        {"high rate", {"-c:v", "png", "-ar", "96000", "-c:a", "pcm_s32le"}},
-        {"ima4", {"-c:v", "rawvideo", "-pix_fmt", "rgb24", "-c:a", "adpcm_ima_qt"}},
-        {"mu-law", {"-c:v", "qtrle", "-ac", "2", "-c:a", "pcm_mulaw"}},
-        {"mp3", {"-c:v", "mpeg2video", "-bf", "2", "-c:a", "libmp3lame"}},
-        {"alac", {"-c:v", "prores_ks", "-c:a", "alac"}},
-    };
-}
-
 TEST(MoviesMadeByFfmpeg, AgreeWithFfprobeAndAreWrittenBackToTheByte) {
     const TWQuickTime::test::TemporaryDirectory directory;
-    for (const Recipe& recipe : recipes()) {
+    for (const TWQuickTime::test::MovieRecipe& recipe : TWQuickTime::test::movieRecipes()) {
         SCOPED_TRACE(recipe.name);
-        const std::string path = directory.file(std::string(recipe.name) + recipe.extension);
-        std::vector<std::string> arguments = kTestVideo;
-        arguments.insert(arguments.end(), kTestSound.begin(), kTestSound.end());
-        arguments.insert(arguments.end(), recipe.arguments.begin(), recipe.arguments.end());
-        arguments.push_back(path);
-        TWQuickTime::test::runFfmpeg(arguments);
+        const std::string path = makeMovie(recipe, directory);
         expectAgreementWithFfprobe(path);
     }
 }
@@ -215,8 +172,7 @@ TEST(MoviesMadeByFfmpeg, AgreeWithFfprobeAndAreWrittenBackToTheByte) {
 TEST(MoviesMadeByFfmpeg, FoldedFragmentsGiveTheSamePackets) {
     const TWQuickTime::test::TemporaryDirectory directory;
     const std::string path = directory.file("fragments.mp4");
-    std::vector<std::string> arguments = kTestVideo;
-    arguments.insert(arguments.end(), kTestSound.begin(), kTestSound.end());
+    std::vector<std::string> arguments = TWQuickTime::test::testPictureAndSound();
     for (const char* argument : {"-c:v", "libx264", "-bf", "2", "-g", "10", "-c:a", "aac",
                                  "-movflags", "+frag_keyframe+empty_moov"})
         arguments.push_back(argument);
@@ -262,7 +218,7 @@ TEST(MoviesMadeByFfmpeg, FoldedFragmentsGiveTheSamePackets) {
 TEST(MoviesMadeByFfmpeg, ReadFromMemoryAsFromAFile) {
     const TWQuickTime::test::TemporaryDirectory directory;
     const std::string path = directory.file("plain.mov");
-    std::vector<std::string> arguments = kTestVideo;
+    std::vector<std::string> arguments = TWQuickTime::test::testPictureAndSound();
     arguments.insert(arguments.end(), {"-c:v", "mjpeg", path});
     TWQuickTime::test::runFfmpeg(arguments);
     std::ifstream file(path, std::ios::binary);
