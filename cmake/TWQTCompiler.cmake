@@ -12,9 +12,11 @@ set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib/static")
 
 find_program(TWQT_CCACHE ccache)
 if(TWQT_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
-    # Paths are hashed relative to the tree, so that clones share their results.
+    # Paths are hashed relative to the tree, so that clones share their results; files compiled with
+    # a precompiled header count as what that header says.
     set(CMAKE_CXX_COMPILER_LAUNCHER
-        ${CMAKE_COMMAND} -E env CCACHE_BASEDIR=${CMAKE_SOURCE_DIR} CCACHE_NOHASHDIR=1 ${TWQT_CCACHE})
+        ${CMAKE_COMMAND} -E env CCACHE_BASEDIR=${CMAKE_SOURCE_DIR} CCACHE_NOHASHDIR=1
+        CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime ${TWQT_CCACHE})
 endif()
 find_program(TWQT_MOLD mold)
 if(TWQT_MOLD)
