@@ -83,7 +83,7 @@ Status VideoTrackReader::startAt(std::uint32_t sampleIndex) {
     return {};
 }
 
-Status VideoTrackReader::feedOne() {
+Status VideoTrackReader::feedOne(std::int64_t wantedTime) {
     timeline::Sample sample;
     if (!cursor_.next(sample)) {
         if (ended_) {
@@ -118,6 +118,8 @@ Status VideoTrackReader::feedOne() {
     packet.presentationTime = sample.displayTime();
     packet.duration = sample.duration;
     packet.sync = sample.sync;
+    // On the way to a picture, only those count that others are decoded from.
+    decoder_->skipUnreferencedFrames(sample.displayTime() < wantedTime);
     // A damaged sample costs its own picture only.
     static_cast<void>(decoder_->send(packet).ok());
     return {};
@@ -152,7 +154,7 @@ Expected<VideoFrame> VideoTrackReader::frameAtPosition(std::size_t position) {
             decoded_.push_back(std::move(**frame));
             continue;
         }
-        if (auto status = feedOne(); !status) {
+        if (auto status = feedOne(wanted.displayTime); !status) {
             if (status.failure().kind == FailureKind::endOfData) {
                 break;
             }

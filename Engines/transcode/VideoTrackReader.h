@@ -46,7 +46,8 @@ class VideoTrackReader {
     result::Expected<codec::VideoFrame> frameAtPosition(std::size_t position);
     result::Status startAt(std::uint32_t sampleIndex);
     result::Status openDecoder(std::uint32_t descriptionIndex);
-    result::Status feedOne();
+    /// @param wantedTime  of display, in media units: what is shown before may be left out
+    result::Status feedOne(std::int64_t wantedTime);
 
     const timeline::Track& track_;
     const timeline::Media& media_;
