@@ -16,19 +16,20 @@ std::atomic<std::int64_t> allocations{0};
 
 }  // namespace
 
-// Counts what the measured calls allocate.
-void* operator new(std::size_t size) {
+// Counts what the measured calls allocate. Not inlined: GCC would take std::free for the release of
+// something that its own operator new gave.
+[[gnu::noinline]] void* operator new(std::size_t size) {
     allocations.fetch_add(1, std::memory_order_relaxed);
     if (void* place = std::malloc(size))
         return place;
     throw std::bad_alloc();
 }
 
-void operator delete(void* place) noexcept {
+[[gnu::noinline]] void operator delete(void* place) noexcept {
     std::free(place);
 }
 
-void operator delete(void* place, std::size_t) noexcept {
+[[gnu::noinline]] void operator delete(void* place, std::size_t) noexcept {
     std::free(place);
 }
 
