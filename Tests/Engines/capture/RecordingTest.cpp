@@ -40,6 +40,7 @@ class PlayedSource : public DeviceSource {
         return {};
     }
     Expected<std::optional<CapturedUnit>> next() override {
+        takenOver = given.load();
         if (given < units_) {
             const std::size_t size =
                 std::holds_alternative<SoundFormat>(format_) ? 8000 / 25 * 2 : 16 * 8 * 3;
@@ -54,6 +55,8 @@ class PlayedSource : public DeviceSource {
     void stop() override { running = 0; }
 
     std::atomic<int> given = 0;
+    /// Units that the recording has, because it came for the next one.
+    std::atomic<int> takenOver = 0;
     std::atomic<int> running = 0;
     bool startFails = false;
     bool goesAway = false;
@@ -83,8 +86,8 @@ std::vector<std::unique_ptr<DeviceSource>> listOf(Sources... sources) {
     return list;
 }
 
-void waitUntilGiven(const PlayedSource& source, int count) {
-    while (source.given < count)
+void waitUntilTakenOver(const PlayedSource& source, int count) {
+    while (source.takenOver < count)
         std::this_thread::yield();
 }
 
@@ -102,8 +105,8 @@ TEST_F(RecordingTest, WhatSeveralDevicesDeliverIsInTheMovie) {
     const PlayedSource& heard = *microphone;
     auto recording = Recording::start(file, listOf(std::move(camera), std::move(microphone)));
     ASSERT_TRUE(recording);
-    waitUntilGiven(shown, 200);
-    waitUntilGiven(heard, 200);
+    waitUntilTakenOver(shown, 200);
+    waitUntilTakenOver(heard, 200);
     EXPECT_TRUE((*recording)->health());
     EXPECT_TRUE((*recording)->stop());
     EXPECT_EQ(shown.running + heard.running, 0);
@@ -121,7 +124,7 @@ TEST_F(RecordingTest, GoesOnWithTheOthersWhenADeviceGoesAway) {
     const PlayedSource& heard = *microphone;
     auto recording = Recording::start(file, listOf(std::move(camera), std::move(microphone)));
     ASSERT_TRUE(recording);
-    waitUntilGiven(heard, 100);
+    waitUntilTakenOver(heard, 100);
     while ((*recording)->health())
         std::this_thread::yield();
     EXPECT_EQ((*recording)->health().failure().kind, FailureKind::notFound);
@@ -148,7 +151,7 @@ TEST_F(RecordingTest, IsStoppedWhenItGoes) {
         const PlayedSource& shown = *camera;
         auto recording = Recording::start(file, listOf(std::move(camera)));
         ASSERT_TRUE(recording);
-        waitUntilGiven(shown, 30);
+        waitUntilTakenOver(shown, 30);
     }
     EXPECT_FALSE(openRecorded(path).fragmented);
     EXPECT_EQ(openRecorded(path).movie->tracks[0]->media->samples.sampleCount(), 30u);
