@@ -311,7 +311,7 @@ class FragmentedMovie {
             edits.clear();
             if (const std::int64_t gap = inMovie(startGap); gap > 0)
                 edits.push_back({gap, timeline::kEmptyMediaTime, timeline::kFixedOne});
-            edits.push_back({inMovie(media.duration()), 0, timeline::kFixedOne});
+            edits.push_back({inMovie(media.samples.displayEnd()), 0, timeline::kFixedOne});
         } else {
             for (timeline::Edit& edit : edits) {
                 if (!edit.isEmpty())
@@ -320,8 +320,9 @@ class FragmentedMovie {
             }
             timeline::Edit& last = edits.back();
             if (last.duration == 0 && !last.isEmpty())
-                last.duration = std::max<std::int64_t>(
-                    0, inMovie(timeline::subtractSaturating(media.duration(), last.mediaTime)));
+                last.duration =
+                    std::max<std::int64_t>(0, inMovie(timeline::subtractSaturating(
+                                                  media.samples.displayEnd(), last.mediaTime)));
         }
         return timeline::EditList(std::move(edits));
     }

@@ -1,4 +1,6 @@
 // Reading 'trak'.
+#include <cstdlib>
+
 #include "Engines/moviefile/FirstOfType.h"
 #include "Engines/moviefile/HeaderAtoms.h"
 #include "Engines/moviefile/InputMapAtom.h"
@@ -99,15 +101,24 @@ Status readChild(const AtomView& child, const AtomPlace& place, ReadContext& con
 
 }  // namespace
 
-/// Without an edit list the whole media is shown from the track's start on.
+/// Without an edit list the whole media is shown from the track's start on. A header that gives the
+/// sum of the samples' durations means the whole too, though composition offsets show it later.
 EditList impliedEditList(const Track& track, std::int64_t statedDuration,
                          std::uint32_t movieScale) {
     if (!track.media)
         return {};
+    const timeline::Media& media = *track.media;
+    const auto inMovie = [&](std::int64_t mediaDuration) {
+        return timeline::rescale(mediaDuration, media.timeScale, movieScale);
+    };
+    const std::int64_t sum = media.duration();
+    const std::int64_t late = media.samples.displayEnd() - media.samples.duration();
+    // Some programs round durations down, others up.
+    const bool statesSum =
+        std::abs(timeline::subtractSaturating(statedDuration, inMovie(sum))) <= 1;
+    const bool believed = statedDuration > 0 && !(statesSum && late > 0);
     const std::int64_t shown =
-        statedDuration > 0
-            ? statedDuration
-            : timeline::rescale(track.media->duration(), track.media->timeScale, movieScale);
+        believed ? statedDuration : inMovie(timeline::addSaturating(sum, late));
     if (shown <= 0)
         return {};
     return EditList({Edit{shown, 0, timeline::kFixedOne}});

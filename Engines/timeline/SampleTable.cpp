@@ -133,6 +133,24 @@ SampleTable::OffsetRange SampleTable::offsetRange() const {
     });
 }
 
+std::int64_t SampleTable::displayEnd() const {
+    std::int64_t end = duration();
+    if (!hasCompositionOffsets())
+        return end;
+    const std::int64_t greatest = offsetRange().greatest;
+    std::int64_t nextDecodeTime = end;
+    for (std::uint32_t index = sampleCount(), steps = 0; index != 0 && steps < kLongestReordering;
+         ++steps) {
+        // No sample from here on back is shown beyond this.
+        if (addSaturating(nextDecodeTime, greatest) <= end)
+            break;
+        --index;
+        end = std::max(end, addSaturating(displayTimeOf(index), durationOf(index)));
+        nextDecodeTime = decodeTimeOf(index);
+    }
+    return end;
+}
+
 std::optional<std::uint32_t> SampleTable::sampleAtDisplayTime(std::int64_t mediaTime) const {
     if (sampleCount() == 0)
         return std::nullopt;

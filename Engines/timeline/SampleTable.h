@@ -77,6 +77,9 @@ class SampleTable {
     std::uint32_t chunkCount() const { return columns_.chunks.chunkCount(); }
     /// The sum of all sample durations, media time units.
     std::int64_t duration() const { return columns_.times.totalSum(); }
+    /// When everything was shown, media time units: the duration, or later where composition
+    /// offsets move what is decoded last, or near it, past it.
+    std::int64_t displayEnd() const;
     bool hasCompositionOffsets() const { return columns_.composition.rowCount() != 0; }
     /// Whether all samples are sync samples because no table says otherwise.
     bool allSync() const { return !columns_.sync.present(); }

@@ -63,6 +63,24 @@ TEST(MovieReader, WithoutAnEditListTheWholeMediaPlaysFromTheStart) {
     EXPECT_EQ(movie->tracks[0]->edits.at(0).edit, (Edit{600, 0}));
 }
 
+/// Three samples of 200 units each, shown 100 units after they are decoded.
+Bytes mediaShownLate(std::uint32_t duration) {
+    const Bytes offsets = atom("ctts", joined({u32(0), u32(1), u32(3), u32(100)}));
+    return atom("mdia", joined({mediaHeader(600, duration), handler("vide"),
+                                mediaInformation(sampleTable(offsets))}));
+}
+
+TEST(MovieReader, WithoutAnEditListWhatIsShownLaterThanDecodedIsShownToItsEnd) {
+    const auto movie = read(test::movie(track({}, {}, mediaShownLate(600))));
+    EXPECT_EQ(movie->tracks[0]->edits.at(0).edit, (Edit{700, 0}));
+    EXPECT_EQ(movie->tracks[0]->media->duration(), 600);
+}
+
+TEST(MovieReader, WithoutAnEditListAHeaderThatCutsTheMediaShortIsBelieved) {
+    const Bytes cut = atom("trak", joined({trackHeader(1, 550), mediaShownLate(600)}));
+    EXPECT_EQ(read(test::movie(cut))->tracks[0]->edits.at(0).edit, (Edit{550, 0}));
+}
+
 TEST(MovieReader, AnEditListWithoutEntriesIsNone) {
     const Bytes edits = atom("edts", atom("elst", joined({u32(0), u32(0)})));
     const auto movie = read(test::movie(track(edits)));

@@ -200,6 +200,28 @@ TEST(SampleTable, EqualNeighboursTakeNoRowsOfTheirOwn) {
     EXPECT_EQ(grown.table.columns().sizes.commonSize(), 4u);
 }
 
+TEST(SampleTable, EverythingWasShownWhenTheLastPictureShownEnds) {
+    SampleTable table;
+    EXPECT_EQ(table.displayEnd(), 0);
+    const auto append = [&table](std::uint32_t duration, std::int32_t offset) {
+        NewSamples added;
+        added.sizeInBytes = 1;
+        added.duration = duration;
+        added.compositionOffset = offset;
+        ASSERT_TRUE(table.append(added));
+    };
+    append(10, 0);
+    append(10, 0);
+    EXPECT_EQ(table.displayEnd(), 20);
+    append(10, 25);  // decoded from 20 to 30, shown from 45 to 55
+    append(10, 5);
+    append(10, -10);
+    EXPECT_EQ(table.duration(), 50);
+    EXPECT_EQ(table.displayEnd(), 55);
+    append(10, -40);
+    EXPECT_EQ(table.displayEnd(), 60);  // never before the sum of the durations
+}
+
 TEST(SampleTable, OffsetsPastFourGigabytesWidenTheColumn) {
     GrownTable grown;
     grown.add({.offset = 8, .sizeInBytes = 10, .duration = 1});

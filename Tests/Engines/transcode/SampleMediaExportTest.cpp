@@ -86,7 +86,8 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         SampleMovie{"opencast--audiovideo.mov"}, SampleMovie{"opf--photo-jpeg.mov"},
         SampleMovie{"opf--apple-prores-422-proxy.mov"}, SampleMovie{"opf--xdcam-ex-720p30.mov"},
-        SampleMovie{"c2pa--c.mov"}, SampleMovie{"androidx--edit_list_positive_shift.mp4", true},
+        SampleMovie{"c2pa--c.mov"}, SampleMovie{"androidx--sample_fragmented_seekable.mp4", true},
+        SampleMovie{"androidx--edit_list_positive_shift.mp4", true},
         SampleMovie{"gopro--karma.mp4", false, false, 100 / 256.0},
         SampleMovie{"androidx--sample_with_chapters.mp4"},
         SampleMovie{"androidx--sample_twos_pcm.mp4"}, SampleMovie{"androidx--sowt-with-video.mov"},
