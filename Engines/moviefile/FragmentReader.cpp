@@ -20,8 +20,8 @@ using timeline::Track;
 namespace {
 
 /// Samples that take no bytes in any table can be claimed for nothing; so many are believed as
-/// long as they are not all alike.
-constexpr std::uint64_t kGreatestUnlistedSamples = 1u << 20;
+/// long as they are not all alike. The first one of a run is paid for by the run.
+constexpr std::uint64_t kGreatestUnlistedSamples = 1u << 18;
 
 /// A track while fragments are read: its table, and the last sample, whose duration is known for
 /// certain only when the next fragment tells its own start.
@@ -175,8 +175,8 @@ Status readRun(const AtomView& atom, const AtomPlace& place, TrackFragment& frag
             nextOr(fields.flags & TrackRunAtom::kRowsHaveCompositionOffset, 0));
         // Without rows all samples after the first are equal.
         samples.count = bytesPerRow == 0 && !first ? left : 1;
-        if (const Status added = fragment.track.add(samples, bytesPerRow != 0, place, atom.offset);
-            !added)
+        const bool listed = first || bytesPerRow != 0;
+        if (const Status added = fragment.track.add(samples, listed, place, atom.offset); !added)
             return added;
         fragment.nextOffset += std::uint64_t{samples.sizeInBytes} * samples.count;
         left -= samples.count;
@@ -300,7 +300,7 @@ class FragmentedMovie {
     }
 
     /// The edits now that the media's end is known: an implied list shows all of it, and a last
-    /// edit of no duration lasts to the end.
+    /// edit of no duration lasts to the end. What is shown last may not be what is decoded last.
     timeline::EditList editsToTheEnd(const Track& track, bool implied, std::int64_t startGap) {
         const timeline::Media& media = *track.media;
         const auto inMovie = [&](std::int64_t mediaDuration) {

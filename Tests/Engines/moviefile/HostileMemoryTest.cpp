@@ -161,6 +161,84 @@ Bytes compressionInCompression() {
     return packed;
 }
 
+/// A movie without samples, of one track, followed by these fragments. The defaults of fragments
+/// are a description, a duration of 1, a size of 4.
+Bytes movieOfFragments(const Bytes& fragments) {
+    const Bytes empty = atom("stbl", joined({atom("stts", zeros(8)), atom("stsc", zeros(8)),
+                                             atom("stsz", zeros(12)), atom("stco", zeros(8))}));
+    const Bytes extends =
+        atom("mvex", atom("trex", joined({u32(0), u32(1), u32(1), u32(1), u32(4), u32(0)})));
+    return joined({movie(track({}, {}, media(empty)), extends), fragments});
+}
+
+Bytes fragmentOf(const Bytes& runs, const Bytes& header = joined({u32(0x20000), u32(1)})) {
+    return atom("moof", atom("traf", joined({atom("tfhd", header), runs})));
+}
+
+/// Runs of four thousand million samples: such that list none of them, and such that should.
+Bytes hugeFragmentRuns() {
+    const Bytes alike = atom("trun", joined({u32(0), u32(kAll)}));
+    const Bytes listed = atom("trun", joined({u32(0xF01), u32(kAll), zeros(4), zeros(16)}));
+    return movieOfFragments(joined({fragmentOf(repeated(alike, 3)), fragmentOf(listed)}));
+}
+
+/// Runs that take a few bytes each and never join: another size, not to be decoded from.
+Bytes differingFragmentRuns() {
+    Bytes fragments;
+    for (std::uint32_t i = 0; i < 400; ++i) {
+        const Bytes header = joined({u32(0x20030), u32(1), u32(i % 2 + 1), u32((i % 3) << 16)});
+        const Bytes run = atom("trun", joined({u32(1), u32(4'000), u32(i * 7)}));
+        fragments = joined({fragments, fragmentOf(run, header)});
+    }
+    return movieOfFragments(fragments);
+}
+
+Bytes manyEmptyFragments() {
+    return movieOfFragments(repeated(atom("moof"), 300'000));
+}
+
+Bytes manyEmptyTrackFragments() {
+    return movieOfFragments(
+        atom("moof", repeated(atom("traf", atom("tfhd", joined({u32(0), u32(1)}))), 100'000)));
+}
+
+/// Two hundred thousand fragments of one sample, none where the last one ended.
+Bytes manyFragmentsOfOneSample() {
+    return movieOfFragments(repeated(
+        fragmentOf(atom("trun", joined({u32(0x201), u32(1), u32(kAll), u32(kAll)}))), 200'000));
+}
+
+/// An index of segments that leads to itself, and one of fragments that lead back to it.
+Bytes indexCycles() {
+    const Bytes reference = joined({u32(0x80000000), u32(1), u32(0)});
+    const Bytes segments = atom("sidx", joined({u32(0), u32(1), u32(600), zeros(8), u16(0),
+                                                u16(40'000), repeated(reference, 40'000)}));
+    const Bytes entry = joined({u32(0), u32(0), u32(0x01010100)});
+    const Bytes access =
+        atom("tfra", joined({u32(0), u32(1), u32(0), u32(40'000), repeated(entry, 40'000)}));
+    return movieOfFragments(
+        joined({segments, fragmentOf(atom("trun", joined({u32(0), u32(1)}))), segments,
+                atom("mfra", joined({access, atom("mfro", joined({u32(0), u32(kAll)}))}))}));
+}
+
+/// Data before and behind all files, durations and times past 64 bits, tracks and descriptions
+/// that do not exist.
+Bytes senselessFragmentHeaders() {
+    const Bytes run = atom("trun", joined({u32(0xF01), u32(1), u32(0x80000000), u32(kAll),
+                                           u32(kAll), u32(kAll), u32(0x7FFFFFFF)}));
+    Bytes fragments;
+    for (const std::uint64_t number : {0xFFFFFFFFFFFFFFFFull, 0x7FFFFFFFFFFFFFFFull, 1ull << 62}) {
+        const auto low = static_cast<std::uint32_t>(number);
+        const Bytes start = atom("tfdt", joined({u32(0x01000000), u64(number)}));
+        const Bytes header =
+            joined({u32(0x3B), u32(1), u64(number), u32(kAll), u32(low), u32(low), u32(low)});
+        const Bytes unknown = joined({u32(0x1), u32(low), u64(number)});
+        fragments = joined({fragments, fragmentOf(joined({start, run}), header),
+                            fragmentOf(run, unknown), fragmentOf(run, u32(kAll))});
+    }
+    return movieOfFragments(repeated(fragments, 5'000));
+}
+
 struct HostileMovie {
     const char* name;
     std::function<Bytes()> make;
@@ -230,7 +308,14 @@ INSTANTIATE_TEST_SUITE_P(
                     HostileMovie{"ManyDescriptions", manyDescriptions},
                     HostileMovie{"LyingCompression", lyingCompression},
                     HostileMovie{"CompressedEmptiness", compressedEmptiness, 8'000'000},
-                    HostileMovie{"CompressionInCompression", compressionInCompression}),
+                    HostileMovie{"CompressionInCompression", compressionInCompression},
+                    HostileMovie{"HugeFragmentRuns", hugeFragmentRuns},
+                    HostileMovie{"DifferingFragmentRuns", differingFragmentRuns},
+                    HostileMovie{"ManyEmptyFragments", manyEmptyFragments},
+                    HostileMovie{"ManyEmptyTrackFragments", manyEmptyTrackFragments},
+                    HostileMovie{"ManyFragmentsOfOneSample", manyFragmentsOfOneSample},
+                    HostileMovie{"IndexCycles", indexCycles},
+                    HostileMovie{"SenselessFragmentHeaders", senselessFragmentHeaders}),
     [](const auto& named) { return std::string(named.param.name); });
 
 }  // namespace
