@@ -1,6 +1,7 @@
 #include "Engines/moviefile/MediaDataWriter.h"
 
 #include <array>
+#include <limits>
 
 #include "Engines/moviefile/AtomTypes.h"
 #include "Engines/moviefile/BigEndian.h"
@@ -11,6 +12,13 @@ namespace TWQuickTime::moviefile {
 using result::Expected;
 using result::Status;
 
+namespace {
+
+/// In front of the atom, for the longer header that it needs past 4 GiB.
+constexpr std::uint64_t roomSizeInBytes = 8;
+
+}  // namespace
+
 MediaDataWriter::MediaDataWriter(Storage& storage, std::size_t bufferSizeInBytes)
     : storage_(storage), capacity_(bufferSizeInBytes) {}
 
@@ -19,7 +27,7 @@ Status MediaDataWriter::begin() {
     if (!place)
         return place.failure();
     std::array<std::byte, 16> headers;
-    storeU32(std::span(headers).first<4>(), 8);
+    storeU32(std::span(headers).first<4>(), roomSizeInBytes);
     storeU32(std::span(headers).subspan<4, 4>(), typeWide);
     storeU32(std::span(headers).subspan<8, 4>(), 0);
     storeU32(std::span(headers).subspan<12, 4>(), typeMediaData);
@@ -80,9 +88,21 @@ Status MediaDataWriter::finish() {
     }
     if (const Expected<std::uint64_t> settled = prepareToAppend(storage_); !settled)
         return settled.failure();
+    if (Status freed = freeUnusedRoom(); !freed)
+        return freed;
     open_ = false;
     writtenEnd_ = 0;
     return {};
+}
+
+/// Programs that check files find fault with a second 'wide', and the atom grows no more.
+Status MediaDataWriter::freeUnusedRoom() {
+    const std::uint64_t sizeInBytes = writtenEnd_ - (atomOffset_ + roomSizeInBytes);
+    if (sizeInBytes > std::numeric_limits<std::uint32_t>::max())
+        return {};
+    std::array<std::byte, 4> type;
+    storeU32(type, typeFree);
+    return storage_.write(atomOffset_ + 4, type);
 }
 
 Status MediaDataWriter::discard() {

@@ -3,7 +3,7 @@
 // The bytes go into a new 'mdat' atom behind everything else, which is marked as running to the end
 // of the file while it grows: killed at any point, the file opens as the movie it was, and the next
 // writer finds an orderly end to continue from. Eight bytes in front of it ('wide') become part of
-// its header when it grows past 4 GiB.
+// its header when it grows past 4 GiB, and free space when it is finished without.
 //
 //     MediaDataWriter writer(file);
 //     Expected<std::uint64_t> offset = writer.append(sampleBytes);   // goes into the chunk table
@@ -53,6 +53,7 @@ class MediaDataWriter {
 
   private:
     result::Status begin();
+    result::Status freeUnusedRoom();
     result::Status writeAtEnd(std::span<const std::byte> bytes);
 
     Storage& storage_;

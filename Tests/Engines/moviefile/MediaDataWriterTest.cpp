@@ -19,7 +19,7 @@ TEST(MediaDataWriter, BeginsANewFileWithItsTypeAndRoomForALargeHeader) {
     EXPECT_EQ(*offset, 36u);
     ASSERT_TRUE(writer.finish());
     EXPECT_EQ(storage.contents(),
-              joined({fileType(), atom("wide"), atom("mdat", bytesOf("sample"))}));
+              joined({fileType(), atom("free"), atom("mdat", bytesOf("sample"))}));
 }
 
 TEST(MediaDataWriter, TellsOffsetsAtOnceAndWritesManySmallSamplesInFewWrites) {
@@ -47,7 +47,7 @@ TEST(MediaDataWriter, KeepsTheOrderOfSmallAndLargeSamples) {
     EXPECT_EQ(writer.endOffset(), 58u);
     ASSERT_TRUE(writer.finish());
     EXPECT_EQ(storage.contents(),
-              joined({fileType(), atom("wide"), atom("mdat", bytesOf("abc0123456789defghijkl"))}));
+              joined({fileType(), atom("free"), atom("mdat", bytesOf("abc0123456789defghijkl"))}));
 }
 
 TEST(MediaDataWriter, WhatWasFlushedCanBeReadBeforeTheEnd) {
@@ -71,8 +71,17 @@ TEST(MediaDataWriter, EachFinishEndsAnAtomOfItsOwn) {
     ASSERT_TRUE(writer.finish());
     ASSERT_TRUE(writer.append(bytesOf("two")));
     ASSERT_TRUE(writer.finish());
-    EXPECT_EQ(storage.contents(), joined({fileType(), atom("wide"), atom("mdat", bytesOf("one")),
-                                          atom("wide"), atom("mdat", bytesOf("two"))}));
+    EXPECT_EQ(storage.contents(), joined({fileType(), atom("free"), atom("mdat", bytesOf("one")),
+                                          atom("free"), atom("mdat", bytesOf("two"))}));
+}
+
+TEST(MediaDataWriter, RoomForALargeHeaderIsThereWhileTheAtomMayGrow) {
+    MemoryStorage storage;
+    MediaDataWriter writer(storage);
+    ASSERT_TRUE(writer.append(bytesOf("sample")));
+    ASSERT_TRUE(writer.flush());
+    EXPECT_EQ(storage.contents(),
+              joined({fileType(), atom("wide"), endlessAtom("mdat", bytesOf("sample"))}));
 }
 
 TEST(MediaDataWriter, DiscardTakesTheUnfinishedAtomBack) {
@@ -85,7 +94,7 @@ TEST(MediaDataWriter, DiscardTakesTheUnfinishedAtomBack) {
     EXPECT_EQ(storage.contents(), file);
     ASSERT_TRUE(writer.append(bytesOf("x")));
     ASSERT_TRUE(writer.finish());
-    EXPECT_EQ(storage.contents(), joined({file, atom("wide"), atom("mdat", bytesOf("x"))}));
+    EXPECT_EQ(storage.contents(), joined({file, atom("free"), atom("mdat", bytesOf("x"))}));
 }
 
 TEST(MediaDataWriter, AWriteThatFailedCanBeTriedAgain) {
@@ -103,7 +112,7 @@ TEST(MediaDataWriter, AWriteThatFailedCanBeTriedAgain) {
     EXPECT_FALSE(writer.append(bytesOf("a large sample")));
     ASSERT_TRUE(writer.finish());
     EXPECT_EQ(storage.contents(),
-              joined({fileType(), atom("wide"), atom("mdat", bytesOf("abcde"))}));
+              joined({fileType(), atom("free"), atom("mdat", bytesOf("abcde"))}));
 }
 
 }  // namespace
