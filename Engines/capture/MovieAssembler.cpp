@@ -18,6 +18,8 @@ namespace {
 constexpr std::int64_t kNanosecondsPerSecond = 1'000'000'000;
 /// A camera that has not told its parameters within so much data never will.
 constexpr std::size_t kMostWaitingBytes = 64u << 20;
+/// A device that has not delivered anything for so long is not waited for.
+constexpr std::int64_t kLatestStartInNanoseconds = kNanosecondsPerSecond;
 constexpr std::int64_t kSilenceBlockInFrames = 4096;
 
 std::uint32_t nominalDuration(const VideoFormat& format) {
@@ -58,18 +60,10 @@ Status MovieAssembler::begin() {
 Status MovieAssembler::take(std::size_t stream, CapturedUnit unit) {
     if (unit.timeInNanoseconds < origin_)
         return {};
-    if (!begun_)
-        return waitForParameters(stream, std::move(unit));
-    if (!originSettled_) {
-        origin_ = unit.timeInNanoseconds;
-        originSettled_ = true;
-    }
-    return std::holds_alternative<VideoFormat>(streams_[stream].format)
-               ? takePicture(stream, std::move(unit))
-               : takeSound(stream, std::move(unit));
+    return originSettled_ ? addToMovie(stream, std::move(unit)) : wait(stream, std::move(unit));
 }
 
-Status MovieAssembler::waitForParameters(std::size_t stream, CapturedUnit unit) {
+Status MovieAssembler::wait(std::size_t stream, CapturedUnit unit) {
     Stream& source = streams_[stream];
     if (source.isAvc() && source.avcConfiguration.empty()) {
         auto configuration = codec::avcConfiguration(unit.bytes);
@@ -78,19 +72,50 @@ Status MovieAssembler::waitForParameters(std::size_t stream, CapturedUnit unit) 
             return {};
         source.avcConfiguration = *std::move(configuration);
     }
+    source.hasDelivered = true;
     waitingBytes_ += unit.bytes.size();
-    if (waitingBytes_ > kMostWaitingBytes)
-        return Failure{FailureKind::unsupported,
-                       "the device sends H.264 without its parameter sets"};
     waiting_.emplace_back(stream, std::move(unit));
-    if (Status begun = begin(); !begun || !begun_)
+    if (Status begun = begin(); !begun)
         return begun;
-    for (auto& [waitingStream, waitingUnit] : waiting_) {
-        if (Status taken = take(waitingStream, std::move(waitingUnit)); !taken)
-            return taken;
+    if (!begun_) {
+        if (waitingBytes_ > kMostWaitingBytes)
+            return Failure{FailureKind::unsupported,
+                           "the device sends H.264 without its parameter sets"};
+        return {};
     }
-    waiting_.clear();
+    return isOriginKnown() ? settleOrigin() : Status();
+}
+
+bool MovieAssembler::isOriginKnown() const {
+    if (std::all_of(streams_.begin(), streams_.end(),
+                    [](const Stream& stream) { return stream.hasDelivered; }))
+        return true;
+    const auto [first, last] =
+        std::minmax_element(waiting_.begin(), waiting_.end(), [](const auto& a, const auto& b) {
+            return a.second.timeInNanoseconds < b.second.timeInNanoseconds;
+        });
+    return waitingBytes_ > kMostWaitingBytes ||
+           last->second.timeInNanoseconds - first->second.timeInNanoseconds >=
+               kLatestStartInNanoseconds;
+}
+
+Status MovieAssembler::settleOrigin() {
+    originSettled_ = true;
+    auto waiting = std::exchange(waiting_, {});
+    origin_ = std::numeric_limits<std::int64_t>::max();
+    for (const auto& [stream, unit] : waiting)
+        origin_ = std::min(origin_, unit.timeInNanoseconds);
+    for (auto& [stream, unit] : waiting) {
+        if (Status added = addToMovie(stream, std::move(unit)); !added)
+            return added;
+    }
     return {};
+}
+
+Status MovieAssembler::addToMovie(std::size_t stream, CapturedUnit unit) {
+    return std::holds_alternative<VideoFormat>(streams_[stream].format)
+               ? takePicture(stream, std::move(unit))
+               : takeSound(stream, std::move(unit));
 }
 
 std::int64_t MovieAssembler::inVideoUnits(std::int64_t nanoseconds) const {
@@ -170,6 +195,8 @@ Status MovieAssembler::finish() {
     if (!begun_)
         return Failure{FailureKind::unsupported, "the device sent nothing that can be decoded"};
     Status status;
+    if (!waiting_.empty())
+        status = settleOrigin();
     for (std::size_t i = 0; i < streams_.size(); ++i) {
         Stream& source = streams_[i];
         if (!source.held)

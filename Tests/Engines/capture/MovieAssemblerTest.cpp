@@ -80,14 +80,52 @@ TEST_F(MovieAssemblerTest, BeginsWithTheFirstUnitAfterTheStartAndLeavesOlderOnes
     ASSERT_TRUE(assembler.take(0, picture(-1)));
     ASSERT_TRUE(assembler.take(1, sound(-20, 20)));
     ASSERT_TRUE(assembler.take(1, sound(500, 20)));
-    ASSERT_TRUE(assembler.take(0, picture(480)));
     ASSERT_TRUE(assembler.take(0, picture(540)));
+    ASSERT_TRUE(assembler.take(1, sound(520, 20)));
     const auto opened = finish(assembler);
     EXPECT_EQ(opened.movie->tracks[0]->media->samples.sampleCount(), 1u);
-    EXPECT_EQ(opened.movie->tracks[1]->media->samples.sampleCount(), kRate / 50u);
+    EXPECT_EQ(opened.movie->tracks[1]->media->samples.sampleCount(), kRate / 25u);
     EXPECT_EQ(opened.movie->tracks[0]->edits.edits()[0],
               (timeline::Edit{opened.movie->timeScale / 25, timeline::kEmptyMediaTime}));
     EXPECT_EQ(opened.movie->tracks[1]->edits.size(), 1u);
+}
+
+TEST_F(MovieAssemblerTest, BeginsWithTheEarliestUnitEvenIfItWasDeliveredLater) {
+    MovieAssembler assembler(file, {videoFormat(), soundFormat()}, kOrigin);
+    ASSERT_TRUE(assembler.begin());
+    for (const int time : {500, 520})
+        ASSERT_TRUE(assembler.take(1, sound(time, 20)));
+    for (const int time : {480, 540})
+        ASSERT_TRUE(assembler.take(0, picture(time)));
+    const auto opened = finish(assembler);
+    EXPECT_EQ(opened.movie->tracks[0]->media->samples.sampleCount(), 2u);
+    EXPECT_EQ(opened.movie->tracks[0]->edits.size(), 1u);
+    EXPECT_EQ(opened.movie->tracks[1]->edits.edits()[0],
+              (timeline::Edit{opened.movie->timeScale / 50, timeline::kEmptyMediaTime}));
+}
+
+TEST_F(MovieAssemblerTest, DoesNotWaitForEverForADeviceThatDeliversNothing) {
+    MovieAssembler assembler(file, {videoFormat(), soundFormat()}, kOrigin);
+    ASSERT_TRUE(assembler.begin());
+    for (int time = 0; time < 2000; time += 20)
+        ASSERT_TRUE(assembler.take(1, sound(time, 20)));
+    // Only what is in the file would be left after a crash.
+    const auto soFar = openRecorded(path);
+    EXPECT_TRUE(soFar.fragmented);
+    EXPECT_GE(soFar.movie->tracks[1]->media->duration(), kRate * 3 / 2);
+    ASSERT_TRUE(assembler.take(0, picture(1990)));
+    const auto opened = finish(assembler);
+    EXPECT_EQ(opened.movie->tracks[0]->media->samples.sampleCount(), 1u);
+    EXPECT_EQ(opened.movie->tracks[1]->media->samples.sampleCount(), kRate * 2u);
+}
+
+TEST_F(MovieAssemblerTest, WhatWaitedForASilentDeviceIsInTheMovieWhenItEnds) {
+    MovieAssembler assembler(file, {videoFormat(), soundFormat()}, kOrigin);
+    ASSERT_TRUE(assembler.begin());
+    ASSERT_TRUE(assembler.take(1, sound(0, 20)));
+    ASSERT_TRUE(assembler.take(1, sound(20, 20)));
+    const auto opened = finish(assembler);
+    EXPECT_EQ(opened.movie->tracks[1]->media->samples.sampleCount(), kRate / 25u);
 }
 
 TEST_F(MovieAssemblerTest, LostSoundBecomesSilenceSoThatTheRestStaysInItsPlace) {

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <filesystem>
 #include <fstream>
+#include <latch>
 #include <thread>
 
 #include "Engines/capture/CaptureClock.h"
@@ -25,7 +26,8 @@ using result::Status;
 using test::openRecorded;
 using timeline::fourCharCode;
 
-/// Delivers so many units as fast as they are taken, then none or a failure.
+/// Delivers so many units as fast as they are taken, then none or a failure. No device of a
+/// recording is ahead of the others by more than its first unit: real ones keep real time.
 class PlayedSource : public DeviceSource {
   public:
     PlayedSource(StreamFormat format, int units, std::int64_t unitDuration)
@@ -33,9 +35,7 @@ class PlayedSource : public DeviceSource {
 
     const StreamFormat& format() const override { return format_; }
     Status start() override {
-        // All devices begin at one time: what this machine does between two starts is not tested.
-        static const std::int64_t commonStart = CaptureClock::system().nanoseconds();
-        start_ = commonStart;
+        start_ = CaptureClock::system().nanoseconds();
         if (startFails)
             return Failure{FailureKind::notAvailable, "in use"};
         ++running;
@@ -43,6 +43,12 @@ class PlayedSource : public DeviceSource {
     }
     Expected<std::optional<CapturedUnit>> next() override {
         takenOver = given.load();
+        if (given == 1 && firstUnits) {
+            if (!std::exchange(isFirstTakenOver_, true))
+                firstUnits->count_down();
+            if (!firstUnits->try_wait())
+                return std::optional<CapturedUnit>();
+        }
         if (given < units_) {
             const std::size_t size =
                 std::holds_alternative<SoundFormat>(format_) ? 8000 / 25 * 2 : 16 * 8 * 3;
@@ -62,12 +68,14 @@ class PlayedSource : public DeviceSource {
     std::atomic<int> running = 0;
     bool startFails = false;
     bool goesAway = false;
+    std::shared_ptr<std::latch> firstUnits = nullptr;  ///< of all devices of a recording
 
   private:
     StreamFormat format_;
     int units_;
     std::int64_t unitDuration_;
     std::int64_t start_ = 0;
+    bool isFirstTakenOver_ = false;
 };
 
 constexpr std::int64_t kFrameDuration = 40'000'000;
@@ -103,6 +111,7 @@ class RecordingTest : public testing::Test {
 TEST_F(RecordingTest, WhatSeveralDevicesDeliverIsInTheMovie) {
     auto camera = pictures(200);
     auto microphone = sound(200);
+    camera->firstUnits = microphone->firstUnits = std::make_shared<std::latch>(2);
     const PlayedSource& shown = *camera;
     const PlayedSource& heard = *microphone;
     auto recording = Recording::start(file, listOf(std::move(camera), std::move(microphone)));
@@ -123,6 +132,7 @@ TEST_F(RecordingTest, GoesOnWithTheOthersWhenADeviceGoesAway) {
     auto camera = pictures(50);
     camera->goesAway = true;
     auto microphone = sound(100);
+    camera->firstUnits = microphone->firstUnits = std::make_shared<std::latch>(2);
     const PlayedSource& heard = *microphone;
     auto recording = Recording::start(file, listOf(std::move(camera), std::move(microphone)));
     ASSERT_TRUE(recording);
