@@ -59,7 +59,7 @@ class VideoDevices : public DeviceBackEnd {
 
     std::vector<Device> devices(bool checkAvailability) override {
         std::vector<Device> found;
-        for (const VideoNode& node : system_->nodes()) {
+        for (const DeviceNode& node : system_->nodes()) {
             if (auto device = describe(node, checkAvailability))
                 found.push_back(*std::move(device));
         }
@@ -68,7 +68,7 @@ class VideoDevices : public DeviceBackEnd {
 
     Expected<std::unique_ptr<DeviceSource>> open(const std::string& identity,
                                                  std::size_t inputIndex) override {
-        for (const VideoNode& node : system_->nodes()) {
+        for (const DeviceNode& node : system_->nodes()) {
             const auto device = describe(node, false);
             if (!device || device->identity != identity)
                 continue;
@@ -90,7 +90,7 @@ class VideoDevices : public DeviceBackEnd {
 
   private:
     /// None for a node that does not capture pictures.
-    std::optional<Device> describe(const VideoNode& node, bool checkAvailability) const {
+    std::optional<Device> describe(const DeviceNode& node, bool checkAvailability) const {
         Device device{.kind = MediaKind::video, .name = node.name, .identity = node.identity};
         const VideoNodeFile file(system_, node.path);
         if (!file.isOpen()) {

@@ -1,7 +1,6 @@
 #include "Engines/capture/VideoSystem.h"
 
 #include <fcntl.h>
-#include <libudev.h>
 #include <poll.h>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
@@ -11,63 +10,17 @@
 #include <cerrno>
 #include <string_view>
 
-#include "Engines/lazyload/LazyLibrary.h"
-
 namespace TWQuickTime::capture {
 namespace {
 
-struct UdevRelease {
-    void operator()(udev* context) const { udev_unref(context); }
-    void operator()(udev_enumerate* list) const { udev_enumerate_unref(list); }
-    void operator()(udev_device* device) const { udev_device_unref(device); }
-};
-template <class Object>
-using UdevPointer = std::unique_ptr<Object, UdevRelease>;
-
-std::string textOf(const char* text) {
-    return text ? text : "";
-}
-
-/// The serial where the device has one of its own, else the place that it is plugged into; and
-/// which of the device's nodes it is.
-std::string identityOf(udev_device* device) {
-    const bool hasSerial = udev_device_get_property_value(device, "ID_SERIAL_SHORT") != nullptr;
-    std::string identity =
-        textOf(udev_device_get_property_value(device, hasSerial ? "ID_SERIAL" : "ID_PATH"));
-    const std::string index = textOf(udev_device_get_sysattr_value(device, "index"));
-    if (!identity.empty() && !index.empty() && index != "0")
-        identity += "#" + index;
-    return identity;
-}
-
-/// "/dev/video10" comes after "/dev/video9".
-bool isEarlier(const VideoNode& a, const VideoNode& b) {
-    return a.path.size() != b.path.size() ? a.path.size() < b.path.size() : a.path < b.path;
-}
-
 class LinuxVideoSystem : public VideoSystem {
   public:
-    std::vector<VideoNode> nodes() override {
-        std::vector<VideoNode> found;
-        if (!lazyload::isInstalled("libudev.so.1"))
-            return found;
-        const UdevPointer<udev> context(udev_new());
-        if (!context)
-            return found;
-        const UdevPointer<udev_enumerate> list(udev_enumerate_new(context.get()));
-        if (!list || udev_enumerate_add_match_subsystem(list.get(), "video4linux") < 0 ||
-            udev_enumerate_scan_devices(list.get()) < 0)
-            return found;
-        for (udev_list_entry* entry = udev_enumerate_get_list_entry(list.get()); entry;
-             entry = udev_list_entry_get_next(entry)) {
-            const UdevPointer<udev_device> device(
-                udev_device_new_from_syspath(context.get(), udev_list_entry_get_name(entry)));
-            const char* path = device ? udev_device_get_devnode(device.get()) : nullptr;
-            if (path && std::string_view(path).starts_with("/dev/video"))
-                found.push_back({path, textOf(udev_device_get_sysattr_value(device.get(), "name")),
-                                 identityOf(device.get())});
-        }
-        std::sort(found.begin(), found.end(), isEarlier);
+    std::vector<DeviceNode> nodes() override {
+        std::vector<DeviceNode> found = deviceNodes("video4linux");
+        // The class has radios and teletext too.
+        std::erase_if(found, [](const DeviceNode& node) {
+            return !std::string_view(node.path).starts_with("/dev/video");
+        });
         return found;
     }
 

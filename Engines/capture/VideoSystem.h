@@ -10,21 +10,16 @@
 #include <string>
 #include <vector>
 
-namespace TWQuickTime::capture {
+#include "Engines/capture/DeviceManager.h"
 
-/// A node of the device manager's class of video devices.
-struct VideoNode {
-    std::string path;      ///< "/dev/video0"
-    std::string name;      ///< as the system knows it, where the node itself cannot be asked
-    std::string identity;  ///< bus path or serial, "" when the manager knows neither
-};
+namespace TWQuickTime::capture {
 
 class VideoSystem {
   public:
     virtual ~VideoSystem() = default;
 
-    /// In the order of their numbers.
-    virtual std::vector<VideoNode> nodes() = 0;
+    /// Of video devices, in the order of their numbers.
+    virtual std::vector<DeviceNode> nodes() = 0;
     /// For reading and writing, without waiting. @return a descriptor
     virtual int open(const std::string& path) = 0;
     virtual void close(int descriptor) = 0;

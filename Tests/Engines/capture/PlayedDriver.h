@@ -58,8 +58,8 @@ class PlayedDriver : public capture::VideoSystem {
         return *cameras_.back();
     }
 
-    std::vector<capture::VideoNode> nodes() override {
-        std::vector<capture::VideoNode> all;
+    std::vector<capture::DeviceNode> nodes() override {
+        std::vector<capture::DeviceNode> all;
         for (std::size_t i = 0; i < cameras_.size(); ++i) {
             if (cameras_[i]->plugged)
                 all.push_back({"/dev/video" + std::to_string(i), "Node " + std::to_string(i),

@@ -13,6 +13,7 @@
 #include "Handles.h"
 #include "PlayedDevices.h"
 #include "RunProgram.h"
+#include "SGDeviceWatch.h"
 #include "TemporaryDirectory.h"
 #include "ToolboxTrace.h"
 
@@ -340,6 +341,13 @@ TEST_F(SequenceGrabberTest, PlannedFailuresHappen) {
     EXPECT_EQ(SGIdle(grabber), -1234);
     EXPECT_EQ(SGRelease(grabber), -1234);
     ToolboxTrace::reset();
+}
+
+TEST(SGDeviceWatchTest, HasADescriptorToPollAndNothingToTakeWhereNothingChanges) {
+    SGDeviceWatch watch;
+    ASSERT_EQ(watch.status(), noErr);
+    EXPECT_GE(watch.descriptor(), 0);
+    EXPECT_FALSE(watch.takeChanges());
 }
 
 }  // namespace
