@@ -5,6 +5,7 @@
 
 #include "Engines/capture/CaptureClock.h"
 #include "Engines/capture/Private/PulseConnection.h"
+#include "Engines/capture/Private/PulseSourceEntry.h"
 #include "Engines/capture/SoundDevices.h"
 #include "Engines/codec/ByteOrder.h"
 
@@ -27,41 +28,8 @@ constexpr std::uint32_t kGreatestRate = 65535;
 constexpr int kGreatestChannels = 8;
 constexpr std::int64_t kStartPatienceInNanoseconds = 2'000'000'000;
 
-struct SourcePort {
-    std::string name;
-    DeviceInput input;
-};
-
-struct Source {
-    Device device;
-    std::vector<SourcePort> ports;
-    pa_sample_spec samples{};
-    bool isMonitor = false;
-};
-
-Source describe(const pa_source_info& info) {
-    Source source;
-    source.device = {.kind = MediaKind::sound,
-                     .name = info.description ? info.description : info.name,
-                     .identity = info.name};
-    source.samples = info.sample_spec;
-    source.isMonitor = info.monitor_of_sink != PA_INVALID_INDEX;
-    for (std::uint32_t i = 0; i < info.n_ports; ++i) {
-        const pa_source_port_info& port = *info.ports[i];
-        source.ports.push_back({port.name,
-                                {port.description ? port.description : port.name,
-                                 port.available != PA_PORT_AVAILABLE_NO}});
-        source.device.inputs.push_back(source.ports.back().input);
-        if (info.ports[i] == info.active_port)
-            source.device.selectedInput = i;
-    }
-    if (source.device.inputs.empty())
-        source.device.inputs = {{source.device.name}};
-    return source;
-}
-
 /// All sources: the default one, the others, and last those that listen to an output.
-std::vector<Source> sourcesOf(PulseConnection& connection) {
+std::vector<PulseSourceEntry> sourcesOf(PulseConnection& connection) {
     std::string defaultName;
     connection.finish(pa_context_get_server_info(
         connection.context(),
@@ -70,20 +38,22 @@ std::vector<Source> sourcesOf(PulseConnection& connection) {
                 *static_cast<std::string*>(name) = info->default_source_name;
         },
         &defaultName));
-    std::vector<Source> sources;
+    std::vector<PulseSourceEntry> sources;
     connection.finish(pa_context_get_source_info_list(
         connection.context(),
         [](pa_context*, const pa_source_info* info, int isLast, void* list) {
             if (isLast == 0 && info)
-                static_cast<std::vector<Source>*>(list)->push_back(describe(*info));
+                static_cast<std::vector<PulseSourceEntry>*>(list)->push_back(
+                    describePulseSource(*info));
         },
         &sources));
-    std::stable_sort(sources.begin(), sources.end(), [&](const Source& a, const Source& b) {
-        const auto rank = [&](const Source& source) {
-            return source.isMonitor ? 2 : source.device.identity == defaultName ? 0 : 1;
-        };
-        return rank(a) < rank(b);
-    });
+    std::stable_sort(
+        sources.begin(), sources.end(), [&](const PulseSourceEntry& a, const PulseSourceEntry& b) {
+            const auto rank = [&](const PulseSourceEntry& source) {
+                return source.isMonitor ? 2 : source.device.identity == defaultName ? 0 : 1;
+            };
+            return rank(a) < rank(b);
+        });
     return sources;
 }
 
@@ -202,7 +172,7 @@ class PulseDevices : public DeviceBackEnd {
         auto connection = PulseConnection::open();
         if (!connection)
             return found;
-        for (Source& source : sourcesOf(**connection))
+        for (PulseSourceEntry& source : sourcesOf(**connection))
             found.push_back(std::move(source.device));
         return found;
     }
@@ -212,18 +182,18 @@ class PulseDevices : public DeviceBackEnd {
         auto connection = PulseConnection::open();
         if (!connection)
             return connection.failure();
-        const std::vector<Source> sources = sourcesOf(**connection);
-        const auto source = std::find_if(sources.begin(), sources.end(), [&](const Source& each) {
-            return each.device.identity == identity;
-        });
+        const std::vector<PulseSourceEntry> sources = sourcesOf(**connection);
+        const auto source = std::find_if(
+            sources.begin(), sources.end(),
+            [&](const PulseSourceEntry& each) { return each.device.identity == identity; });
         if (source == sources.end() || inputIndex >= source->device.inputs.size())
             return Failure{FailureKind::notFound, identity + ": no such source or port"};
-        if (inputIndex < source->ports.size() && inputIndex != source->device.selectedInput) {
+        if (inputIndex < source->portNames.size() && inputIndex != source->device.selectedInput) {
             int succeeded = 0;
             (*connection)
                 ->finish(pa_context_set_source_port_by_name(
                     (*connection)->context(), identity.c_str(),
-                    source->ports[inputIndex].name.c_str(),
+                    source->portNames[inputIndex].c_str(),
                     [](pa_context*, int success, void* to) { *static_cast<int*>(to) = success; },
                     &succeeded));
             if (!succeeded)
