@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <cstring>
-#include <limits>
 
 #include "Engines/codec/Private/CodecMap.h"
 #include "Engines/codec/Private/DecoderConfiguration.h"
 #include "Engines/codec/Private/Native.h"
+#include "Engines/codec/Private/SoundSamples.h"
 
 namespace TWQuickTime::codec {
 
@@ -18,36 +18,16 @@ using result::Status;
 namespace {
 
 template <class Sample>
-float toFloat(Sample value) {
-    if constexpr (std::is_floating_point_v<Sample>) {
-        return static_cast<float>(value);
-    } else if constexpr (std::is_unsigned_v<Sample>) {
-        return static_cast<float>(int(value) - 128) / 128.0f;
-    } else {
-        return static_cast<float>(value) *
-               static_cast<float>(-1.0 / double(std::numeric_limits<Sample>::min()));
-    }
-}
-
-template <class Sample>
 void append(const AVFrame& frame, int channels, bool planar, std::vector<float>& into) {
     const std::size_t frames = std::size_t(frame.nb_samples);
     const std::size_t start = into.size();
     into.resize(start + frames * std::size_t(channels));
     float* out = into.data() + start;
     if (planar) {
-        for (int channel = 0; channel < channels; ++channel) {
-            const auto* from = reinterpret_cast<const Sample*>(frame.extended_data[channel]);
-            for (std::size_t i = 0; i < frames; ++i) {
-                out[i * std::size_t(channels) + std::size_t(channel)] = toFloat(from[i]);
-            }
-        }
-        return;
+        return interleavePlanes<Sample>(frame.extended_data, std::size_t(channels), frames, out);
     }
     const auto* from = reinterpret_cast<const Sample*>(frame.extended_data[0]);
-    for (std::size_t i = 0; i < frames * std::size_t(channels); ++i) {
-        out[i] = toFloat(from[i]);
-    }
+    std::transform(from, from + frames * std::size_t(channels), out, floatOfSample<Sample>);
 }
 
 class NativeSoundDecoder : public SoundDecoder {

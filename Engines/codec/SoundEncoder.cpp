@@ -1,14 +1,13 @@
 #include "Engines/codec/SoundEncoder.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstring>
 #include <deque>
-#include <limits>
 
 #include "Engines/codec/Private/CodecMap.h"
 #include "Engines/codec/Private/Native.h"
 #include "Engines/codec/Private/SoundRecords.h"
+#include "Engines/codec/Private/SoundSamples.h"
 
 namespace TWQuickTime::codec {
 
@@ -18,6 +17,10 @@ using result::FailureKind;
 using result::Status;
 
 namespace {
+
+/// Frames in a packet of a codec that takes any number: few turns through the threads' queues, and
+/// still within the processor's cache.
+constexpr int kFramesOfFreePackets = 16384;
 
 /// The type that is really written: wide samples have types of their own.
 struct Chosen {
@@ -106,7 +109,7 @@ class NativeSoundEncoder : public SoundEncoder {
         if (pcm) {
             bytesPerFrame_ = chosen.bits / 8 * settings_.channels;
         }
-        framesPerPacket_ = context_->frame_size > 0 ? context_->frame_size : 4096;
+        framesPerPacket_ = context_->frame_size > 0 ? context_->frame_size : kFramesOfFreePackets;
     }
 
     Status encode(std::span<const float> interleaved) override {
@@ -263,34 +266,11 @@ class NativeSoundEncoder : public SoundEncoder {
     template <class Sample>
     void fill(std::span<const float> samples, bool planar) {
         const auto channels = std::size_t(settings_.channels);
-        const auto convert = [](float value) {
-            if constexpr (std::is_floating_point_v<Sample>) {
-                return static_cast<Sample>(value);
-            } else if constexpr (std::is_unsigned_v<Sample>) {
-                return static_cast<Sample>(
-                    std::clamp<long>(std::lrintf(value * 128.0f) + 128, 0, 255));
-            } else if constexpr (sizeof(Sample) == 2) {
-                return static_cast<Sample>(
-                    std::clamp(std::lrintf(value * 32768.0f), -32768L, 32767L));
-            } else {
-                return static_cast<Sample>(
-                    std::clamp(std::llrint(double(value) * 2147483648.0),
-                               static_cast<long long>(std::numeric_limits<std::int32_t>::min()),
-                               static_cast<long long>(std::numeric_limits<std::int32_t>::max())));
-            }
-        };
         if (planar) {
-            const std::size_t frames = samples.size() / channels;
-            for (std::size_t c = 0; c < channels; ++c) {
-                auto* to = reinterpret_cast<Sample*>(frame_->extended_data[c]);
-                for (std::size_t i = 0; i < frames; ++i) {
-                    to[i] = convert(samples[i * channels + c]);
-                }
-            }
-            return;
+            return separatePlanes<Sample>(samples, channels, frame_->extended_data);
         }
         auto* to = reinterpret_cast<Sample*>(frame_->extended_data[0]);
-        std::transform(samples.begin(), samples.end(), to, convert);
+        std::transform(samples.begin(), samples.end(), to, sampleOfFloat<Sample>);
     }
 
     Status send(std::span<const float> samples) {

@@ -27,12 +27,16 @@ namespace {
 /// Pictures and packets that wait between two threads; few, because pictures are large.
 constexpr std::size_t kWaitingPictures = 3;
 constexpr std::size_t kWaitingPackets = 64;
+/// The disk begins with what is written after so many bytes, so that the sync at the end is short.
+constexpr std::uint64_t kWriteBackDistance = 8u << 20;
 
 /// What the threads of one export share.
 class Pipeline {
   public:
-    Pipeline(VideoProducer* video, SoundProducer* sound, MediaSink& sink)
-        : video_(video), sound_(sound), sink_(sink) {}
+    /// @param file  that the sink writes into
+    Pipeline(VideoProducer* video, SoundProducer* sound, MediaSink& sink,
+             moviefile::FileStorage& file)
+        : video_(video), sound_(sound), sink_(sink), file_(file) {}
     ~Pipeline() { stopAndJoin(); }
     Pipeline(const Pipeline&) = delete;
     Pipeline& operator=(const Pipeline&) = delete;
@@ -170,14 +174,30 @@ class Pipeline {
             if ((isVideo || !video_) && progress && !progress(fractionDone(*packet, isVideo))) {
                 return Failure{FailureKind::cancelled, "the export was stopped"};
             }
+            noteWritten(packet->bytes.size());
             packet = isVideo ? videoPackets_.pop() : soundPackets_.pop();
         }
         return {};
     }
 
+    void noteWritten(std::uint64_t sizeInBytes) {
+        notWrittenBack_ += sizeInBytes;
+        if (notWrittenBack_ < kWriteBackDistance) {
+            return;
+        }
+        notWrittenBack_ = 0;
+        if (const auto end = file_.sizeInBytes(); end && *end > writtenBackEnd_) {
+            file_.beginWriteBack(writtenBackEnd_, *end - writtenBackEnd_);
+            writtenBackEnd_ = *end;
+        }
+    }
+
     VideoProducer* video_;
     SoundProducer* sound_;
     MediaSink& sink_;
+    moviefile::FileStorage& file_;
+    std::uint64_t writtenBackEnd_ = 0;
+    std::uint64_t notWrittenBack_ = 0;
     BoundedQueue<VideoFrame> pictures_{kWaitingPictures};
     BoundedQueue<Packet> videoPackets_{kWaitingPackets};
     BoundedQueue<Packet> soundPackets_{kWaitingPackets};
@@ -247,7 +267,9 @@ Status exportMovie(const ExportRequest& request) {
     if (auto status = (*sink)->begin(passengersOf(movie, main, start, end - start)); !status) {
         return status;
     }
-    if (auto status = Pipeline(video.get(), sound.get(), **sink).run(request.progress); !status) {
+    if (auto status =
+            Pipeline(video.get(), sound.get(), **sink, file->storage()).run(request.progress);
+        !status) {
         return status;
     }
     if (auto status = (*sink)->finish(); !status) {

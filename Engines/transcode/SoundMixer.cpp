@@ -18,6 +18,7 @@ namespace {
 
 /// Frames of the media decoded in front of an edit, so that the resampler's filter is filled.
 constexpr std::int64_t kFilterFrames = 256;
+constexpr std::size_t kFramesPerConversion = 1024;
 
 bool isHeard(const timeline::Track& track) {
     return track.media && track.media->type() == timeline::fourCharCode("soun") &&
@@ -38,10 +39,10 @@ class SoundMixer::Voice {
           origin_(start.nearestIn(std::int64_t(format.sampleRate))),
           volume_(timeline::TweenEvaluator::ofVolume(movie, track)) {}
 
-    /// Adds frames from a position (frames of the mixer's rate after its start) to the sum.
-    Status add(std::int64_t position, std::size_t frames, std::vector<float>& scratch,
-               std::vector<float>& sum) {
-        scratch.clear();
+    /// Replaces the contents by the frames from a position on (frames of the mixer's rate after its
+    /// start).
+    Status render(std::int64_t position, std::size_t frames, std::vector<float>& samples) {
+        samples.clear();
         const auto channels = std::size_t(format_.channels);
         std::int64_t at = origin_ + position;
         const std::int64_t end = at + std::int64_t(frames);
@@ -50,34 +51,36 @@ class SoundMixer::Voice {
             const std::int64_t until = std::min(end, piece.end);
             const auto count = std::size_t(until - at);
             if (piece.silent) {
-                scratch.resize(scratch.size() + count * channels);
-            } else if (auto status = sound(piece, at, count, scratch); !status) {
+                samples.resize(samples.size() + count * channels);
+            } else if (auto status = sound(piece, at, count, samples); !status) {
                 return status;
             }
             at = until;
         }
-        applyVolume(origin_ + position, frames, scratch);
-        for (std::size_t i = 0; i < sum.size(); ++i) {
-            sum[i] += scratch[i];
-        }
+        applyVolume(origin_ + position, frames, samples);
         return {};
     }
 
   private:
     Status sound(const SoundPiece& piece, std::int64_t at, std::size_t count,
                  std::vector<float>& appendTo) {
-        if (!resampler_ || resamplerEdit_ != piece.index || nextFrame_ != at) {
+        if (edit_ != piece.index || nextFrame_ != at) {
             if (auto status = begin(piece, at); !status) {
                 return status;
             }
             dropFilterFrames();
+        }
+        nextFrame_ = at + std::int64_t(count);
+        if (!resampler_) {
+            reader_->read(count, appendTo);
+            return {};
         }
         const auto channels = std::size_t(format_.channels);
         while (ready_.size() - readyStart_ < count * channels) {
             ready_.erase(ready_.begin(), ready_.begin() + std::ptrdiff_t(readyStart_));
             readyStart_ = 0;
             decoded_.clear();
-            reader_->read(1024, decoded_);
+            reader_->read(kFramesPerConversion, decoded_);
             if (auto status = resampler_->convert(decoded_, ready_); !status) {
                 return status;
             }
@@ -86,7 +89,6 @@ class SoundMixer::Voice {
         const auto from = ready_.begin() + std::ptrdiff_t(readyStart_);
         appendTo.insert(appendTo.end(), from, from + std::ptrdiff_t(count * channels));
         readyStart_ += count * channels;
-        nextFrame_ = at + std::int64_t(count);
         return {};
     }
 
@@ -103,12 +105,15 @@ class SoundMixer::Voice {
         const double mediaRate = reader_->sampleRate();
         const codec::SoundFormat from{reader_->channels(), std::round(mediaRate * rate)};
         const bool sameRate = from.sampleRate == format_.sampleRate;
-        auto resampler = codec::Resampler::make(from, format_);
-        if (!resampler) {
-            return resampler.failure();
+        resampler_.reset();
+        if (from != format_) {
+            auto resampler = codec::Resampler::make(from, format_);
+            if (!resampler) {
+                return resampler.failure();
+            }
+            resampler_ = std::move(*resampler);
         }
-        resampler_ = std::move(*resampler);
-        resamplerEdit_ = piece.index;
+        edit_ = piece.index;
         const double editStart = double(piece.edit.mediaTime) * mediaRate /
                                  double(std::max<std::uint32_t>(track_.media->timeScale, 1));
         const double wanted =
@@ -176,9 +181,10 @@ class SoundMixer::Voice {
     SoundEdits edits_;
     std::int64_t origin_;
     timeline::TweenEvaluator volume_;
+    /// Of the edit that sounds; none where the media has the mixer's rate and channels.
     std::unique_ptr<codec::Resampler> resampler_;
-    std::size_t resamplerEdit_ = 0;
-    std::int64_t nextFrame_ = -1;
+    std::size_t edit_ = 0;
+    std::int64_t nextFrame_ = -1;  ///< where reading on needs no beginning
     std::size_t toDrop_ = 0;
     std::vector<float> decoded_;
     std::vector<float> ready_;
@@ -213,14 +219,22 @@ Expected<std::unique_ptr<SoundMixer>> SoundMixer::open(const timeline::Movie& mo
 }
 
 Status SoundMixer::mix(std::size_t frames, std::vector<float>& samples) {
-    samples.assign(frames * std::size_t(format_.channels), 0.0f);
+    bool isFirst = true;
     for (const auto& voice : voices_) {
-        if (auto status = voice->add(position_, frames, voiceSamples_, samples); !status) {
+        // The first voice is the sum so far; alone, it needs no adding.
+        if (auto status = voice->render(position_, frames, isFirst ? samples : voiceSamples_);
+            !status) {
             return status;
         }
+        if (!isFirst) {
+            std::ranges::transform(samples, voiceSamples_, samples.begin(), std::plus());
+        }
+        isFirst = false;
     }
     for (float& sample : samples) {
-        sample = std::clamp(sample, -1.0f, 1.0f);
+        // Written so that compilers find the vector instructions.
+        const float atLeast = sample > -1.0f ? sample : -1.0f;
+        sample = atLeast < 1.0f ? atLeast : 1.0f;
     }
     position_ += std::int64_t(frames);
     return {};

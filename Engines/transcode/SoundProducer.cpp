@@ -16,7 +16,7 @@ using result::Status;
 
 namespace {
 
-constexpr std::int64_t kFramesPerBlock = 4096;
+constexpr std::int64_t kFramesPerBlock = 16384;
 
 int mostChannels(std::uint32_t type) {
     switch (type) {

@@ -16,6 +16,8 @@ namespace {
 constexpr std::uint32_t kPrerollPackets = 10;
 /// PCM is read in pieces of this size.
 constexpr std::uint32_t kFramesPerPiece = 8192;
+/// Packets are read together up to the end of their chunk, at most so many bytes at once.
+constexpr std::uint64_t kReadAheadBytes = 256 * 1024;
 constexpr double kLongestSeconds = 1e7;
 
 }  // namespace
@@ -104,18 +106,20 @@ void SoundTrackReader::startDecodingAt(std::int64_t frame) {
     const std::uint32_t sample =
         samples_.sampleAtDecodeTime(mediaTime).value_or(samples_.sampleCount());
     nextSample_ = sample > kPrerollPackets ? sample - kPrerollPackets : 0;
+    packets_ = samples_.cursor(nextSample_);
     decodedTo_ = std::llround(double(samples_.decodeTimeOf(nextSample_)) * sampleRate_ / scale);
 }
 
-void SoundTrackReader::append(const codec::SoundBlock& block, std::size_t expectedFrames) {
+void SoundTrackReader::take(codec::SoundBlock& block, std::size_t expectedFrames) {
     const std::size_t frames = block.channels == channels_ ? block.frameCount() : 0;
     if (frames == 0) {
         // Nothing came out of a damaged or an unusual packet: its time passes in silence.
-        pending_.resize(pending_.size() + expectedFrames * std::size_t(channels_));
+        pending_.resize(expectedFrames * std::size_t(channels_));
         decodedTo_ += std::int64_t(expectedFrames);
         return;
     }
-    pending_.insert(pending_.end(), block.samples.begin(), block.samples.end());
+    // All that was decoded before has been read.
+    pending_.swap(block.samples);
     decodedTo_ += std::int64_t(frames);
 }
 
@@ -139,7 +143,8 @@ bool SoundTrackReader::decodeRuns() {
     std::vector<std::byte> bytes(std::size_t(packets * packing_.bytesPerPacket));
     const std::uint64_t offset =
         chunk->offset + std::uint64_t(within / perPacket) * packing_.bytesPerPacket;
-    block_ = {};
+    block_.samples.clear();
+    block_.channels = 0;
     timeline::SampleStore* store = media_.storeOfDescription(chunk->descriptionIndex);
     if (store && store->read(offset, bytes)) {
         if (perPacket == 1) {
@@ -154,26 +159,62 @@ bool SoundTrackReader::decodeRuns() {
             }
         }
     }
-    append(block_, frames);
+    take(block_, frames);
     nextSample_ += frames;
     return true;
 }
 
+codec::Bytes SoundTrackReader::bytesOf(const timeline::Sample& sample) {
+    const timeline::SampleStore* store = media_.storeOfDescription(sample.descriptionIndex);
+    const auto isAhead = [&] {
+        return store == aheadStore_ && sample.offset >= aheadOffset_ &&
+               sample.sizeInBytes <= ahead_.size() &&
+               sample.offset - aheadOffset_ <= ahead_.size() - sample.sizeInBytes;
+    };
+    if (!isAhead()) {
+        readAhead(sample, store);
+    }
+    return isAhead() ? codec::Bytes(ahead_).subspan(std::size_t(sample.offset - aheadOffset_),
+                                                    sample.sizeInBytes)
+                     : codec::Bytes();
+}
+
+void SoundTrackReader::readAhead(const timeline::Sample& sample,
+                                 const timeline::SampleStore* store) {
+    ahead_.clear();
+    const std::uint64_t available = store ? store->size() : 0;
+    if (sample.offset >= available) {
+        return;
+    }
+    std::uint64_t length = sample.sizeInBytes;
+    if (const auto chunk = samples_.chunk(sample.chunkIndex);
+        chunk && chunk->offset <= sample.offset) {
+        const std::uint64_t before = sample.offset - chunk->offset;
+        const std::uint64_t rest = chunk->sizeInBytes > before ? chunk->sizeInBytes - before : 0;
+        length = std::max(length, std::min(rest, kReadAheadBytes));
+    }
+    ahead_.resize(std::size_t(std::min(length, available - sample.offset)));
+    if (!store->read(sample.offset, ahead_)) {
+        ahead_.clear();
+    }
+    aheadStore_ = store;
+    aheadOffset_ = sample.offset;
+}
+
 bool SoundTrackReader::decodePackets() {
-    const auto sample = samples_.sample(nextSample_);
-    if (!sample) {
+    timeline::Sample sample;
+    if (!packets_.next(sample)) {
         return false;
     }
-    ++nextSample_;
     hasDecoded_ = true;
     block_.samples.clear();
     block_.channels = 0;
-    if (auto bytes = media_.readSample(*sample)) {
-        static_cast<void>(decoder_->decode(codec::Packet::owning(std::move(*bytes)), block_).ok());
-    }
+    codec::Packet packet;
+    packet.bytes = bytesOf(sample);
+    static_cast<void>(decoder_->decode(packet, block_).ok());
     const double scale = media_.timeScale > 0 ? media_.timeScale : 1;
-    const double seconds = std::min(sample->duration / scale, kLongestSeconds);
-    append(block_, std::min<std::size_t>(std::size_t(seconds * sampleRate_ + 0.5), 1u << 24));
+    const double seconds = std::min(sample.duration / scale, kLongestSeconds);
+    take(block_, std::min<std::size_t>(std::size_t(seconds * sampleRate_ + 0.5), 1u << 24));
     return true;
 }
 

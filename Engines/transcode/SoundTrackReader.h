@@ -38,7 +38,11 @@ class SoundTrackReader {
     bool decodeMore();
     bool decodePackets();
     bool decodeRuns();
-    void append(const codec::SoundBlock& block, std::size_t expectedFrames);
+    /// Makes what was decoded the sound that is to be read next. Takes the block's samples away.
+    void take(codec::SoundBlock& block, std::size_t expectedFrames);
+    /// A packet's bytes, valid until the next call; empty where they cannot be read.
+    codec::Bytes bytesOf(const timeline::Sample& sample);
+    void readAhead(const timeline::Sample& sample, const timeline::SampleStore* store);
 
     const timeline::Media& media_;
     const timeline::SampleTable& samples_;
@@ -54,7 +58,11 @@ class SoundTrackReader {
     std::int64_t decodedTo_ = -1;  ///< the frame behind pending_; -1: not started
     std::vector<float> pending_;   ///< decoded sound that was not read yet
     std::size_t pendingStart_ = 0;
-    std::uint32_t nextSample_ = 0;
+    std::uint32_t nextSample_ = 0;           ///< of packed sound
+    timeline::SampleTable::Cursor packets_;  ///< of other sound
+    const timeline::SampleStore* aheadStore_ = nullptr;
+    std::uint64_t aheadOffset_ = 0;
+    std::vector<std::byte> ahead_;  ///< read, from packets that follow each other in a chunk
     codec::SoundBlock block_;
 };
 
