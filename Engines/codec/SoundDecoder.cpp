@@ -1,12 +1,11 @@
 #include "Engines/codec/SoundDecoder.h"
 
-#include <algorithm>
 #include <cstring>
 
 #include "Engines/codec/Private/CodecMap.h"
 #include "Engines/codec/Private/DecoderConfiguration.h"
 #include "Engines/codec/Private/Native.h"
-#include "Engines/codec/Private/SoundSamples.h"
+#include "Engines/codec/Private/SampleTypeConverter.h"
 
 namespace TWQuickTime::codec {
 
@@ -16,19 +15,6 @@ using result::FailureKind;
 using result::Status;
 
 namespace {
-
-template <class Sample>
-void append(const AVFrame& frame, int channels, bool planar, std::vector<float>& into) {
-    const std::size_t frames = std::size_t(frame.nb_samples);
-    const std::size_t start = into.size();
-    into.resize(start + frames * std::size_t(channels));
-    float* out = into.data() + start;
-    if (planar) {
-        return interleavePlanes<Sample>(frame.extended_data, std::size_t(channels), frames, out);
-    }
-    const auto* from = reinterpret_cast<const Sample*>(frame.extended_data[0]);
-    std::transform(from, from + frames * std::size_t(channels), out, floatOfSample<Sample>);
-}
 
 class NativeSoundDecoder : public SoundDecoder {
   public:
@@ -65,8 +51,11 @@ class NativeSoundDecoder : public SoundDecoder {
             return nativeFailure(error, "avcodec_send_packet");
         }
         while ((error = avcodec_receive_frame(context_.get(), frame_.get())) >= 0) {
-            take(block);
+            const Status taken = take(block);
             av_frame_unref(frame_.get());
+            if (!taken) {
+                return taken;
+            }
         }
         if (error != AVERROR(EAGAIN) && error != AVERROR_EOF) {
             return nativeFailure(error, "avcodec_receive_frame");
@@ -74,7 +63,7 @@ class NativeSoundDecoder : public SoundDecoder {
         return {};
     }
 
-    void take(SoundBlock& block) {
+    Status take(SoundBlock& block) {
         const int channels = frame_->ch_layout.nb_channels;
         if (block.channels != channels) {
             // A stream that changes its channels in the middle starts over with the new ones.
@@ -84,35 +73,13 @@ class NativeSoundDecoder : public SoundDecoder {
         block.sampleRate = frame_->sample_rate;
         block.channelMask =
             frame_->ch_layout.order == AV_CHANNEL_ORDER_NATIVE ? frame_->ch_layout.u.mask : 0;
-        const auto format = static_cast<AVSampleFormat>(frame_->format);
-        const bool planar = av_sample_fmt_is_planar(format) != 0;
-        switch (av_get_packed_sample_fmt(format)) {
-            case AV_SAMPLE_FMT_U8:
-                append<std::uint8_t>(*frame_, channels, planar, block.samples);
-                break;
-            case AV_SAMPLE_FMT_S16:
-                append<std::int16_t>(*frame_, channels, planar, block.samples);
-                break;
-            case AV_SAMPLE_FMT_S32:
-                append<std::int32_t>(*frame_, channels, planar, block.samples);
-                break;
-            case AV_SAMPLE_FMT_S64:
-                append<std::int64_t>(*frame_, channels, planar, block.samples);
-                break;
-            case AV_SAMPLE_FMT_FLT:
-                append<float>(*frame_, channels, planar, block.samples);
-                break;
-            case AV_SAMPLE_FMT_DBL:
-                append<double>(*frame_, channels, planar, block.samples);
-                break;
-            default:
-                break;
-        }
+        return converter_.append(*frame_, block.samples);
     }
 
     CodecContextPointer context_;
     PacketPointer packet_;
     FramePointer frame_;
+    SampleTypeConverter converter_;
 };
 
 }  // namespace

@@ -6,8 +6,8 @@
 
 #include "Engines/codec/Private/CodecMap.h"
 #include "Engines/codec/Private/Native.h"
+#include "Engines/codec/Private/SampleTypeConverter.h"
 #include "Engines/codec/Private/SoundRecords.h"
-#include "Engines/codec/Private/SoundSamples.h"
 
 namespace TWQuickTime::codec {
 
@@ -18,9 +18,8 @@ using result::Status;
 
 namespace {
 
-/// Frames in a packet of a codec that takes any number: few turns through the threads' queues, and
-/// still within the processor's cache.
-constexpr int kFramesOfFreePackets = 16384;
+/// The most frames in a packet of a codec that takes any number.
+constexpr std::size_t kFramesOfFreePackets = 32768;
 
 /// The type that is really written: wide samples have types of their own.
 struct Chosen {
@@ -109,12 +108,13 @@ class NativeSoundEncoder : public SoundEncoder {
         if (pcm) {
             bytesPerFrame_ = chosen.bits / 8 * settings_.channels;
         }
-        framesPerPacket_ = context_->frame_size > 0 ? context_->frame_size : kFramesOfFreePackets;
+        framesPerPacket_ =
+            context_->frame_size > 0 ? std::size_t(context_->frame_size) : kFramesOfFreePackets;
     }
 
     Status encode(std::span<const float> interleaved) override {
         const auto channels = std::size_t(settings_.channels);
-        // Whole packets are taken from the input; only a rest is kept.
+        // Whole packets are taken from the input; only a rest is kept, where packets have a size.
         if (!pending_.empty()) {
             const std::size_t wanted = framesPerPacket_ * channels - pending_.size();
             const std::size_t taken = std::min(wanted, interleaved.size());
@@ -134,6 +134,9 @@ class NativeSoundEncoder : public SoundEncoder {
                 return status;
             }
             interleaved = interleaved.subspan(framesPerPacket_ * channels);
+        }
+        if (context_->frame_size == 0 && !interleaved.empty()) {
+            return send(interleaved);
         }
         pending_.insert(pending_.end(), interleaved.begin(), interleaved.end());
         return {};
@@ -263,16 +266,6 @@ class NativeSoundEncoder : public SoundEncoder {
         return packet;
     }
 
-    template <class Sample>
-    void fill(std::span<const float> samples, bool planar) {
-        const auto channels = std::size_t(settings_.channels);
-        if (planar) {
-            return separatePlanes<Sample>(samples, channels, frame_->extended_data);
-        }
-        auto* to = reinterpret_cast<Sample*>(frame_->extended_data[0]);
-        std::transform(samples.begin(), samples.end(), to, sampleOfFloat<Sample>);
-    }
-
     Status send(std::span<const float> samples) {
         frame_->nb_samples = int(samples.size() / std::size_t(settings_.channels));
         frame_->format = context_->sample_fmt;
@@ -281,23 +274,8 @@ class NativeSoundEncoder : public SoundEncoder {
         if (const int error = av_frame_get_buffer(frame_.get(), 0); error < 0) {
             return nativeFailure(error, "av_frame_get_buffer");
         }
-        const bool planar = av_sample_fmt_is_planar(context_->sample_fmt) != 0;
-        switch (av_get_packed_sample_fmt(context_->sample_fmt)) {
-            case AV_SAMPLE_FMT_U8:
-                fill<std::uint8_t>(samples, planar);
-                break;
-            case AV_SAMPLE_FMT_S16:
-                fill<std::int16_t>(samples, planar);
-                break;
-            case AV_SAMPLE_FMT_S32:
-                fill<std::int32_t>(samples, planar);
-                break;
-            case AV_SAMPLE_FMT_DBL:
-                fill<double>(samples, planar);
-                break;
-            default:
-                fill<float>(samples, planar);
-                break;
+        if (auto status = converter_.fill(*frame_, samples); !status) {
+            return status;
         }
         frame_->pts = sent_;
         sent_ += frame_->nb_samples;
@@ -313,6 +291,7 @@ class NativeSoundEncoder : public SoundEncoder {
     CodecContextPointer context_;
     PacketPointer packet_;
     FramePointer frame_;
+    SampleTypeConverter converter_;
     std::vector<float> pending_;
     std::deque<Packet> ready_;
     std::vector<std::byte> lateHeader_;

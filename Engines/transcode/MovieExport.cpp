@@ -26,6 +26,7 @@ namespace {
 
 /// Pictures and packets that wait between two threads; few, because pictures are large.
 constexpr std::size_t kWaitingPictures = 3;
+constexpr std::size_t kWaitingBlocks = 8;
 constexpr std::size_t kWaitingPackets = 64;
 /// The disk begins with what is written after so many bytes, so that the sync at the end is short.
 constexpr std::uint64_t kWriteBackDistance = 8u << 20;
@@ -52,18 +53,27 @@ class Pipeline {
   private:
     void start() {
         if (video_) {
-            threads_.emplace_back([this] { producePictures(); });
-            threads_.emplace_back([this] { encodePictures(); });
+            threads_.emplace_back([this] { fill(pictures_, [this] { return video_->next(); }); });
+            threads_.emplace_back([this] { encode(pictures_, video_->encoder(), videoPackets_); });
         }
-        if (sound_) {
-            threads_.emplace_back([this] { produceSound(); });
+        if (sound_ && sound_->isCopied()) {
+            threads_.emplace_back(
+                [this] { fill(soundPackets_, [this] { return sound_->copy(); }); });
+        } else if (sound_) {
+            threads_.emplace_back([this] { fill(blocks_, [this] { return sound_->mix(); }); });
+            threads_.emplace_back([this] { encode(blocks_, sound_->encoder(), soundPackets_); });
         }
     }
 
-    void stopAndJoin() {
+    void stopQueues() {
         pictures_.stop();
+        blocks_.stop();
         videoPackets_.stop();
         soundPackets_.stop();
+    }
+
+    void stopAndJoin() {
+        stopQueues();
         for (std::thread& thread : threads_) {
             thread.join();
         }
@@ -77,29 +87,31 @@ class Pipeline {
                 failure_ = failure;
             }
         }
-        pictures_.stop();
-        videoPackets_.stop();
-        soundPackets_.stop();
+        stopQueues();
     }
 
-    void producePictures() {
+    /// A thread: puts what `next` makes into a queue until there is no more.
+    template <class Item, class Next>
+    void fill(BoundedQueue<Item>& queue, Next next) {
         for (;;) {
-            auto picture = video_->next();
-            if (!picture) {
-                return fail(picture.failure());
+            Expected<std::optional<Item>> item = next();
+            if (!item) {
+                return fail(item.failure());
             }
-            if (!*picture) {
-                return pictures_.close();
+            if (!*item) {
+                return queue.close();
             }
-            if (!pictures_.push(std::move(**picture))) {
+            if (!queue.push(std::move(**item))) {
                 return;
             }
         }
     }
 
-    bool forwardPictures() {
+    /// False when nobody wants more packets.
+    template <class Encoder>
+    bool forward(Encoder& encoder, BoundedQueue<Packet>& packets) {
         for (;;) {
-            auto packet = video_->encoder().receive();
+            auto packet = encoder.receive();
             if (!packet) {
                 fail(packet.failure());
                 return false;
@@ -107,43 +119,29 @@ class Pipeline {
             if (!*packet) {
                 return true;
             }
-            if (!videoPackets_.push(std::move(**packet))) {
+            if (!packets.push(std::move(**packet))) {
                 return false;
             }
         }
     }
 
-    void encodePictures() {
-        codec::VideoEncoder& encoder = video_->encoder();
-        while (auto picture = pictures_.pop()) {
-            if (auto status = encoder.encode(*picture); !status) {
+    /// A thread: encodes what comes out of one queue into the other.
+    template <class Item, class Encoder>
+    void encode(BoundedQueue<Item>& items, Encoder& encoder, BoundedQueue<Packet>& packets) {
+        while (auto item = items.pop()) {
+            if (auto status = encoder.encode(*item); !status) {
                 return fail(status.failure());
             }
-            picture.reset();
-            if (!forwardPictures()) {
+            item.reset();
+            if (!forward(encoder, packets)) {
                 return;
             }
         }
         if (auto status = encoder.finish(); !status) {
             return fail(status.failure());
         }
-        if (forwardPictures()) {
-            videoPackets_.close();
-        }
-    }
-
-    void produceSound() {
-        for (;;) {
-            auto packet = sound_->next();
-            if (!packet) {
-                return fail(packet.failure());
-            }
-            if (!*packet) {
-                return soundPackets_.close();
-            }
-            if (!soundPackets_.push(std::move(**packet))) {
-                return;
-            }
+        if (forward(encoder, packets)) {
+            packets.close();
         }
     }
 
@@ -199,6 +197,7 @@ class Pipeline {
     std::uint64_t writtenBackEnd_ = 0;
     std::uint64_t notWrittenBack_ = 0;
     BoundedQueue<VideoFrame> pictures_{kWaitingPictures};
+    BoundedQueue<std::vector<float>> blocks_{kWaitingBlocks};
     BoundedQueue<Packet> videoPackets_{kWaitingPackets};
     BoundedQueue<Packet> soundPackets_{kWaitingPackets};
     std::vector<std::thread> threads_;

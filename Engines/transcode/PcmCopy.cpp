@@ -12,7 +12,7 @@ namespace TWQuickTime::transcode {
 
 namespace {
 
-constexpr std::int64_t kFramesPerPacket = 16384;
+constexpr std::int64_t kFramesPerPacket = 32768;
 
 template <class Word>
 void turnWords(std::span<std::byte> bytes) {

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <numeric>
 
+#include "Engines/codec/FullScale.h"
 #include "Engines/timeline/TweenEvaluator.h"
 #include "Engines/transcode/SoundEdits.h"
 
@@ -231,11 +232,7 @@ Status SoundMixer::mix(std::size_t frames, std::vector<float>& samples) {
         }
         isFirst = false;
     }
-    for (float& sample : samples) {
-        // Written so that compilers find the vector instructions.
-        const float atLeast = sample > -1.0f ? sample : -1.0f;
-        sample = atLeast < 1.0f ? atLeast : 1.0f;
-    }
+    std::ranges::transform(samples, samples.begin(), codec::withinFullScale);
     position_ += std::int64_t(frames);
     return {};
 }

@@ -12,11 +12,17 @@ using codec::fourCode;
 using result::Expected;
 using result::Failure;
 using result::FailureKind;
-using result::Status;
 
 namespace {
 
-constexpr std::int64_t kFramesPerBlock = 16384;
+/// Sound goes between threads in blocks: so large that waking each other costs little, and no more
+/// than half a second, for it lies between pictures in the end.
+constexpr std::size_t kBlockBytes = 256 * 1024;
+
+std::int64_t framesPerBlock(const codec::SoundEncoderSettings& settings) {
+    const std::int64_t fitting = kBlockBytes / (sizeof(float) * std::size_t(settings.channels));
+    return std::clamp<std::int64_t>(settings.sampleRate / 2, 1024, fitting);
+}
 
 int mostChannels(std::uint32_t type) {
     switch (type) {
@@ -109,32 +115,21 @@ Expected<std::unique_ptr<SoundProducer>> SoundProducer::open(
     return producer;
 }
 
-Expected<std::optional<codec::Packet>> SoundProducer::next() {
-    if (copy_) {
-        return copy_->next();
-    }
-    for (;;) {
-        auto packet = encoder_->receive();
-        if (!packet || *packet || ended_) {
-            return packet;
-        }
-        if (auto status = encodeMore(); !status) {
-            return status.failure();
-        }
-    }
-}
-
-Status SoundProducer::encodeMore() {
-    const std::int64_t count = std::min(kFramesPerBlock, frames_ - done_);
+Expected<std::optional<std::vector<float>>> SoundProducer::mix() {
+    const std::int64_t count = std::min(framesPerBlock(encoder_->settings()), frames_ - done_);
     if (count <= 0) {
-        ended_ = true;
-        return encoder_->finish();
+        return std::optional<std::vector<float>>();
     }
     done_ += count;
-    if (auto status = mixer_->mix(std::size_t(count), samples_); !status) {
-        return status;
+    std::optional<std::vector<float>> samples(std::in_place);
+    if (auto status = mixer_->mix(std::size_t(count), *samples); !status) {
+        return status.failure();
     }
-    return encoder_->encode(samples_);
+    return samples;
+}
+
+Expected<std::optional<codec::Packet>> SoundProducer::copy() {
+    return copy_->next();
 }
 
 }  // namespace TWQuickTime::transcode

@@ -1,4 +1,8 @@
-// The sound of an export, packet by packet: mixed and encoded, or copied where that is the same.
+// The sound of an export: mixed, for an encoder, or copied where that comes to the same.
+//
+//     auto sound = SoundProducer::open(movie, nullptr, 0, movie.duration(), settings, kind);
+//     while (auto samples = (*sound)->mix(); samples && *samples)      // unless isCopied()
+//         (*sound)->encoder().encode(**samples);
 #pragma once
 
 #include <memory>
@@ -19,25 +23,27 @@ class SoundProducer {
         const timeline::Movie& movie, const timeline::Track* onlyTrack, std::int64_t start,
         std::int64_t duration, const SoundSettings& settings, FileKind kind);
 
-    const codec::SoundEncoder& encoder() const { return *encoder_; }
+    codec::SoundEncoder& encoder() { return *encoder_; }
     /// Frames of sound in all.
     const std::int64_t& frames() const { return frames_; }
 
+    /// Whether copy() gives the packets; else what mix() gives is to be encoded.
+    bool isCopied() const { return copy_ != nullptr; }
     /// The next packet; none at the end.
-    result::Expected<std::optional<codec::Packet>> next();
+    result::Expected<std::optional<codec::Packet>> copy();
+    /// The next stretch of sound, interleaved; none at the end. The encoder may be at work
+    /// meanwhile, on another thread.
+    result::Expected<std::optional<std::vector<float>>> mix();
 
   private:
     SoundProducer() = default;
-    result::Status encodeMore();
 
     std::unique_ptr<codec::SoundEncoder> encoder_;
     /// One of these gives the sound.
     std::unique_ptr<PcmCopy> copy_;
     std::unique_ptr<SoundMixer> mixer_;
-    std::vector<float> samples_;
     std::int64_t frames_ = 0;
     std::int64_t done_ = 0;
-    bool ended_ = false;
 };
 
 }  // namespace TWQuickTime::transcode
