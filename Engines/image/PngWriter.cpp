@@ -1,45 +1,33 @@
 #include "Engines/image/PngWriter.h"
 
 #include <fcntl.h>
-#include <png.h>
+#include <isa-l/crc.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <csetjmp>
 #include <cstdio>
 #include <cstring>
 #include <string>
 #include <vector>
 
+#include "Engines/image/PngChunks.h"
+#include "Engines/image/PngDeflater.h"
+#include "Engines/image/PngPredictor.h"
 #include "Engines/image/PremultipliedAlpha.h"
 
 namespace TWQuickTime::image {
 namespace {
 
-using result::Failure;
-using result::FailureKind;
 using result::Status;
 
-/// The encoder with its error exit turned into a jump.
-struct Encoder {
-    png_structp png = nullptr;
-    png_infop info = nullptr;
-    std::string message;
+constexpr std::uint8_t kSignature[8] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
 
-    Encoder() {
-        png = png_create_write_struct(
-            PNG_LIBPNG_VER_STRING, this,
-            [](png_structp self, png_const_charp text) {
-                static_cast<Encoder*>(png_get_error_ptr(self))->message = text;
-                png_longjmp(self, 1);
-            },
-            [](png_structp, png_const_charp) {});
-        info = png ? png_create_info_struct(png) : nullptr;
-    }
-    ~Encoder() { png_destroy_write_struct(&png, &info); }
-    Encoder(const Encoder&) = delete;
-    Encoder& operator=(const Encoder&) = delete;
-};
+using Bytes = std::span<const std::uint8_t>;
+
+void appendBigEndian32(std::vector<std::uint8_t>& bytes, std::uint32_t value) {
+    for (int shift = 24; shift >= 0; shift -= 8)
+        bytes.push_back(static_cast<std::uint8_t>(value >> shift));
+}
 
 /// The file beside the destination, gone unless it was renamed.
 class SiblingFile {
@@ -83,45 +71,90 @@ class SiblingFile {
     bool renamed_ = false;
 };
 
-struct WriteJob {
-    Encoder encoder;
-    std::vector<std::uint8_t> row;
-};
-
-Status encode(WriteJob& job, ConstPixelView pixels, AlphaKind alpha,
-              std::span<const std::byte> profile, std::FILE* file) {
-    png_structp png = job.encoder.png;
-    if (setjmp(png_jmpbuf(png)))
-        return Failure{FailureKind::io, "PNG: " + job.encoder.message};
-    png_init_io(png, file);
-    const bool hasAlpha = alpha != AlphaKind::skipped;
-    png_set_IHDR(png, job.encoder.info, static_cast<png_uint_32>(pixels.width),
-                 static_cast<png_uint_32>(pixels.height), 8,
-                 hasAlpha ? PNG_COLOR_TYPE_RGBA : PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
-                 PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
-    if (profile.empty())
-        png_set_sRGB(png, job.encoder.info, PNG_sRGB_INTENT_PERCEPTUAL);
-    else
-        png_set_iCCP(png, job.encoder.info, "ICC profile", PNG_COMPRESSION_TYPE_BASE,
-                     reinterpret_cast<png_const_bytep>(profile.data()),
-                     static_cast<png_uint_32>(profile.size()));
-    png_write_info(png, job.encoder.info);
-    job.row.resize(static_cast<std::size_t>(pixels.width) * 4);
-    for (int y = 0; y < pixels.height; ++y) {
-        std::memcpy(job.row.data(), pixels.row(y), job.row.size());
-        if (alpha == AlphaKind::premultiplied)
-            unpremultiplyRow(job.row.data(), pixels.width);
-        std::uint8_t* out = job.row.data();
-        for (int x = 0; x < pixels.width; ++x) {
-            const std::uint8_t* in = &job.row[static_cast<std::size_t>(x) * 4];
-            const std::uint8_t pixel[4] = {in[1], in[2], in[3], in[0]};
-            std::memcpy(out, pixel, hasAlpha ? 4 : 3);
-            out += hasAlpha ? 4 : 3;
-        }
-        png_write_row(png, job.row.data());
-    }
-    png_write_end(png, job.encoder.info);
+Status write(std::FILE* file, Bytes bytes) {
+    if (std::fwrite(bytes.data(), 1, bytes.size(), file) != bytes.size())
+        return result::systemFailure(errno, std::string("PNG: ") + std::strerror(errno));
     return {};
+}
+
+Status writeChunk(std::FILE* file, const char (&type)[5], Bytes body) {
+    std::vector<std::uint8_t> chunk;
+    chunk.reserve(body.size() + 12);
+    appendBigEndian32(chunk, static_cast<std::uint32_t>(body.size()));
+    chunk.insert(chunk.end(), type, type + 4);
+    chunk.insert(chunk.end(), body.begin(), body.end());
+    appendBigEndian32(chunk, crc32_gzip_refl(0, chunk.data() + 4, chunk.size() - 4));
+    return write(file, chunk);
+}
+
+Status writeHeader(std::FILE* file, ConstPixelView pixels, bool hasAlpha) {
+    std::vector<std::uint8_t> header;
+    appendBigEndian32(header, static_cast<std::uint32_t>(pixels.width));
+    appendBigEndian32(header, static_cast<std::uint32_t>(pixels.height));
+    constexpr std::uint8_t kDepth = 8;
+    const auto color = static_cast<std::uint8_t>(hasAlpha ? PngColor::rgbAlpha : PngColor::rgb);
+    header.insert(header.end(), {kDepth, color, 0, 0, 0});
+    if (auto written = write(file, kSignature); !written)
+        return written;
+    return writeChunk(file, "IHDR", header);
+}
+
+Status writeColors(std::FILE* file, std::span<const std::byte> profile) {
+    constexpr std::uint8_t kPerceptual = 0;
+    if (profile.empty())
+        return writeChunk(file, "sRGB", {&kPerceptual, 1});
+    constexpr char kName[] = "ICC profile";
+    std::vector<std::uint8_t> body(kName, kName + sizeof kName);
+    body.push_back(0);  // deflated
+    PngDeflater deflater([&](Bytes piece) {
+        body.insert(body.end(), piece.begin(), piece.end());
+        return Status();
+    });
+    if (auto added =
+            deflater.add({reinterpret_cast<const std::uint8_t*>(profile.data()), profile.size()});
+        !added)
+        return added;
+    if (auto finished = deflater.finish(); !finished)
+        return finished;
+    return writeChunk(file, "iCCP", body);
+}
+
+/// A R G B to the order of the file, in place; without alpha where the file has none.
+void reorder(std::uint8_t* row, int width, bool hasAlpha) {
+    std::uint8_t* out = row;
+    for (int x = 0; x < width; ++x, row += 4) {
+        const std::uint8_t pixel[4] = {row[1], row[2], row[3], row[0]};
+        std::memcpy(out, pixel, hasAlpha ? 4 : 3);
+        out += hasAlpha ? 4 : 3;
+    }
+}
+
+Status writeRows(std::FILE* file, ConstPixelView pixels, AlphaKind alpha) {
+    const bool hasAlpha = alpha != AlphaKind::skipped;
+    const std::size_t bytesPerPixel = hasAlpha ? 4 : 3;
+    PngPredictor predictor(static_cast<std::size_t>(pixels.width) * bytesPerPixel, bytesPerPixel);
+    PngDeflater deflater([&](Bytes piece) { return writeChunk(file, "IDAT", piece); });
+    std::vector<std::uint8_t> row(static_cast<std::size_t>(pixels.width) * 4);
+    for (int y = 0; y < pixels.height; ++y) {
+        std::memcpy(row.data(), pixels.row(y), row.size());
+        if (alpha == AlphaKind::premultiplied)
+            unpremultiplyRow(row.data(), pixels.width);
+        reorder(row.data(), pixels.width, hasAlpha);
+        if (auto added = deflater.add(predictor.filtered(row.data())); !added)
+            return added;
+    }
+    return deflater.finish();
+}
+
+Status encode(std::FILE* file, ConstPixelView pixels, AlphaKind alpha,
+              std::span<const std::byte> profile) {
+    if (auto written = writeHeader(file, pixels, alpha != AlphaKind::skipped); !written)
+        return written;
+    if (auto written = writeColors(file, profile); !written)
+        return written;
+    if (auto written = writeRows(file, pixels, alpha); !written)
+        return written;
+    return writeChunk(file, "IEND", {});
 }
 
 }  // namespace
@@ -131,10 +164,7 @@ Status writePNG(ConstPixelView pixels, AlphaKind alpha, std::span<const std::byt
     SiblingFile file(path);
     if (!file.stream())
         return result::systemFailure(errno, path + ": " + std::strerror(errno));
-    WriteJob job;
-    if (!job.encoder.info)
-        return Failure{FailureKind::limit, "PNG: no memory for the encoder"};
-    if (Status encoded = encode(job, pixels, alpha, profile, file.stream()); !encoded)
+    if (Status encoded = encode(file.stream(), pixels, alpha, profile); !encoded)
         return encoded;
     return file.replace(path);
 }

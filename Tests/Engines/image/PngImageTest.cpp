@@ -3,12 +3,15 @@
 #include <lcms2.h>
 #include <png.h>
 
+#include <cstdio>
 #include <cstring>
 #include <functional>
 #include <random>
 
 #include "CollectedImage.h"
+#include "Engines/image/PngWriter.h"
 #include "Engines/image/StillImage.h"
+#include "TemporaryDirectory.h"
 
 namespace TWQuickTime::image {
 namespace {
@@ -119,6 +122,27 @@ std::vector<std::uint8_t> readWithReference(const std::vector<std::byte>& bytes,
     return pixels;
 }
 
+/// The embedded profile that the reference library finds; none when there is none.
+std::vector<std::byte> profileByReference(const std::string& path) {
+    std::FILE* file = std::fopen(path.c_str(), "rb");
+    png_structp png = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
+    png_infop info = png_create_info_struct(png);
+    png_init_io(png, file);
+    png_read_info(png, info);
+    png_charp name = nullptr;
+    png_bytep bytes = nullptr;
+    png_uint_32 length = 0;
+    int compression = 0;
+    std::vector<std::byte> profile;
+    if (png_get_iCCP(png, info, &name, &compression, &bytes, &length)) {
+        const auto* begin = reinterpret_cast<const std::byte*>(bytes);
+        profile.assign(begin, begin + length);
+    }
+    png_destroy_read_struct(&png, &info, nullptr);
+    std::fclose(file);
+    return profile;
+}
+
 std::vector<Variant> allVariants() {
     std::vector<Variant> variants;
     for (bool interlaced : {false, true})
@@ -156,6 +180,64 @@ INSTANTIATE_TEST_SUITE_P(Png, EveryKindOfPng, testing::ValuesIn(allVariants()),
                                     (named.param.interlaced ? "Interlaced" : "") +
                                     (named.param.transparent ? "Transparent" : "");
                          });
+
+/// Rows of which each is best served by another filter, noise among them.
+std::vector<std::uint8_t> rowsForAllFilters(int width, int height) {
+    std::mt19937 random(5);
+    std::vector<std::uint8_t> pixels;
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x)
+            for (int c = 0; c < 4; ++c)
+                pixels.push_back(std::uint8_t(y % 7 == 0   ? 9
+                                              : y % 7 == 1 ? x * (3 + c)
+                                              : y % 7 == 2 ? x * (3 + c) + 40
+                                              : y % 7 < 6  ? x * x + y * y * (c + 1)
+                                                           : random()));
+    return pixels;
+}
+
+TEST(PngWriter, TheReferenceLibraryReadsWhatIsWritten) {
+    TWQuickTime::test::TemporaryDirectory directory;
+    const std::string path = directory.file("a.png");
+    for (const auto& [width, height] : {std::pair{1, 1}, {3, 2}, {101, 67}, {700, 400}}) {
+        const auto pixels = rowsForAllFilters(width, height);
+        const ConstPixelView view(pixels.data(), width, height, std::ptrdiff_t{width} * 4);
+        ASSERT_TRUE(writePNG(view, AlphaKind::straight, {}, path).ok());
+        EXPECT_EQ(readWithReference(test::readBytes(path), false), pixels);
+        ASSERT_TRUE(writePNG(view, AlphaKind::skipped, {}, path).ok());
+        auto opaque = pixels;
+        for (std::size_t i = 0; i < opaque.size(); i += 4)
+            opaque[i] = 255;
+        EXPECT_EQ(readWithReference(test::readBytes(path), false), opaque);
+    }
+}
+
+TEST(PngWriter, MakesSmoothPicturesMuchSmaller) {
+    TWQuickTime::test::TemporaryDirectory directory;
+    std::vector<std::uint8_t> pixels;
+    for (int i = 0; i < 300 * 300; ++i) {
+        const auto level = std::uint8_t((i % 300 + i / 300) / 3);
+        pixels.insert(pixels.end(), {255, level, level, std::uint8_t(255 - level)});
+    }
+    ASSERT_TRUE(
+        writePNG({pixels.data(), 300, 300, 1200}, AlphaKind::skipped, {}, directory.file("a.png"))
+            .ok());
+    EXPECT_LT(test::readBytes(directory.file("a.png")).size(), 300u * 300 * 3 / 20);
+}
+
+TEST(PngWriter, EmbedsAProfileThatTheReferenceLibraryFinds) {
+    TWQuickTime::test::TemporaryDirectory directory;
+    cmsHPROFILE made = cmsCreate_sRGBProfile();
+    cmsUInt32Number length = 0;
+    cmsSaveProfileToMem(made, nullptr, &length);
+    std::vector<std::byte> profile(length);
+    cmsSaveProfileToMem(made, profile.data(), &length);
+    cmsCloseProfile(made);
+    const std::uint8_t pixel[4] = {255, 1, 2, 3};
+    ASSERT_TRUE(
+        writePNG({pixel, 1, 1, 4}, AlphaKind::skipped, profile, directory.file("a.png")).ok());
+    EXPECT_EQ(profileByReference(directory.file("a.png")), profile);
+}
 
 TEST(PngImage, AppliesAGammaThatDiffersFromTheDisplays) {
     for (double gamma : {1.0, 0.6, 0.3}) {
