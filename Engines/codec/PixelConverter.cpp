@@ -7,6 +7,7 @@ extern "C" {
 #include <algorithm>
 
 #include "Engines/codec/PlanarColors.h"
+#include "Engines/codec/PlanarToRgb.h"
 #include "Engines/codec/Private/Native.h"
 
 namespace TWQuickTime::codec {
@@ -179,13 +180,17 @@ Expected<VideoFrame> PixelConverter::convert(const VideoFrame& source,
         key.sourceFormat == key.targetFormat && sameColors) {
         return result;
     }
-    const bool sameShape = key.sourceWidth == key.targetWidth &&
-                           key.sourceHeight == key.targetHeight &&
-                           key.sourceFormat == key.targetFormat;
+    const bool sameSize =
+        key.sourceWidth == key.targetWidth && key.sourceHeight == key.targetHeight;
     const PlanarColorChange change{key.sourceMatrix, key.targetMatrix, key.sourceFull,
                                    key.targetFull};
-    auto made = sameShape && canChangeColors(target.format, change)
-                    ? withChangedColors(source, change)
+    const bool changesColorsOnly =
+        sameSize && key.sourceFormat == key.targetFormat && canChangeColors(target.format, change);
+    const bool becomesRgb = sameSize && key.targetFull &&
+                            canBecomeRgb(source.format(), target.format, key.sourceMatrix);
+    auto made = changesColorsOnly ? withChangedColors(source, change)
+                : becomesRgb
+                    ? convertedToRgb(source, target.format, key.sourceMatrix, key.sourceFull)
                     : state_->scale(source, key);
     if (!made) {
         return made;

@@ -5,6 +5,8 @@
 #include <cmath>
 #include <vector>
 
+#include "Engines/codec/LumaWeights.h"
+
 namespace TWQuickTime::codec {
 
 using result::Expected;
@@ -14,33 +16,10 @@ namespace {
 constexpr int kFractionBits = 14;
 constexpr int kHalf = 1 << (kFractionBits - 1);
 
-/// The weights of red and blue in luma.
-struct Weights {
-    double red = 0, blue = 0;
-};
-
-std::optional<Weights> weightsOf(int matrix) {
-    switch (matrix) {
-        case 1:
-            return Weights{0.2126, 0.0722};
-        case 4:
-            return Weights{0.30, 0.11};
-        case 5:
-        case 6:
-            return Weights{0.299, 0.114};
-        case 7:
-            return Weights{0.212, 0.087};
-        case 9:
-            return Weights{0.2627, 0.0593};
-        default:
-            return std::nullopt;
-    }
-}
-
 using Triple = std::array<double, 3>;
 
 /// Luma and colour differences under other weights.
-Triple changed(const Triple& from, const Weights& a, const Weights& b) {
+Triple changed(const Triple& from, const LumaWeights& a, const LumaWeights& b) {
     const double red = from[0] + 2 * (1 - a.red) * from[2];
     const double blue = from[0] + 2 * (1 - a.blue) * from[1];
     const double green = (from[0] - a.red * red - a.blue * blue) / (1 - a.red - a.blue);
@@ -56,7 +35,8 @@ struct Coefficients {
 };
 
 Coefficients coefficientsOf(const PlanarColorChange& change) {
-    const Weights from = *weightsOf(change.fromMatrix), to = *weightsOf(change.toMatrix);
+    const LumaWeights from = *lumaWeightsOf(change.fromMatrix),
+                      to = *lumaWeightsOf(change.toMatrix);
     const double fromLuma = change.fromFull ? 255 : 219, fromChroma = change.fromFull ? 255 : 224;
     const double toLuma = change.toFull ? 255 : 219, toChroma = change.toFull ? 255 : 224;
     const Triple u = changed({0, 1, 0}, from, to), v = changed({0, 0, 1}, from, to);
@@ -113,7 +93,7 @@ void chromaShare(const VideoFrame& source, const Coefficients& c, int row, int c
 bool canChangeColors(PixelFormat format, const PlanarColorChange& change) {
     const bool planar = format == PixelFormat::yuv420() || format == PixelFormat::yuv422() ||
                         format == PixelFormat::yuv444();
-    return planar && weightsOf(change.fromMatrix) && weightsOf(change.toMatrix);
+    return planar && lumaWeightsOf(change.fromMatrix) && lumaWeightsOf(change.toMatrix);
 }
 
 Expected<VideoFrame> withChangedColors(const VideoFrame& source, const PlanarColorChange& change) {
