@@ -105,7 +105,7 @@ Expected<std::unique_ptr<MovieRenderer>> MovieRenderer::open(const timeline::Mov
                              [](const auto* a, const auto* b) { return a->layer > b->layer; });
     std::optional<Failure> firstFailure;
     for (const timeline::Track* track : tracks) {
-        auto reader = VideoTrackReader::open(movie, *track, options.decoding);
+        auto reader = VideoTrackReader::open(movie, *track, options.reading);
         if (!reader) {
             if (!firstFailure) {
                 firstFailure = reader.failure();
@@ -177,6 +177,14 @@ void MovieRenderer::chooseTimeScale(const timeline::Movie& movie) {
         }
     }
     timeScale_ = scale;
+}
+
+std::uint64_t MovieRenderer::decodedSamples() const {
+    std::uint64_t count = 0;
+    for (const Layer& layer : layers_) {
+        count += layer.reader->decodedSamples();
+    }
+    return count;
 }
 
 std::optional<codec::CleanAperture> MovieRenderer::cleanAperture() const {

@@ -34,7 +34,8 @@ struct RenderOptions {
     bool evenSize = false;
     /// Only this track, enabled or not; null: all enabled ones.
     const timeline::Track* onlyTrack = nullptr;
-    codec::VideoDecoderOptions decoding = {};
+    /// Of each track.
+    TrackReadingOptions reading = {};
 };
 
 class MovieRenderer {
@@ -66,6 +67,8 @@ class MovieRenderer {
     /// Format and colours of what renderNative() will give, as far as can be told beforehand.
     codec::PixelFormat expectedFormat(Time movieTime);
     bool isDirect() const { return direct_; }
+    /// How many samples were handed to decoders so far.
+    std::uint64_t decodedSamples() const;
 
   private:
     struct Layer {

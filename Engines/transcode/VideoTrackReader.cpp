@@ -12,8 +12,12 @@ using result::Status;
 
 namespace {
 
-/// How many samples ahead it is cheaper to decode on than to start over from a sync sample.
-constexpr std::uint32_t kFarAhead = 250;
+/// How many samples ahead a sync sample must be for starting over there to be cheaper than to
+/// decode on: starting over throws away what is on its way through the decoder's threads.
+constexpr std::uint32_t kFarAhead = 12;
+
+/// After so many jumps in a row the next one is expected to be a jump too.
+constexpr int kManyJumps = 2;
 
 /// Whether two descriptions differ in nothing but where the samples lie.
 bool sameCoding(const timeline::SampleDescription* a, const timeline::SampleDescription* b) {
@@ -30,7 +34,7 @@ bool sameCoding(const timeline::SampleDescription* a, const timeline::SampleDesc
 }  // namespace
 
 VideoTrackReader::VideoTrackReader(const timeline::Movie& movie, const timeline::Track& track,
-                                   const codec::VideoDecoderOptions& options)
+                                   const TrackReadingOptions& options)
     : track_(track),
       media_(*track.media),
       options_(options),
@@ -39,7 +43,7 @@ VideoTrackReader::VideoTrackReader(const timeline::Movie& movie, const timeline:
 
 Expected<std::unique_ptr<VideoTrackReader>> VideoTrackReader::open(
     const timeline::Movie& movie, const timeline::Track& track,
-    const codec::VideoDecoderOptions& options) {
+    const TrackReadingOptions& options) {
     if (!track.media || track.media->descriptions.empty()) {
         return Failure{FailureKind::badArgument,
                        "track " + std::to_string(track.id) + " has no pictures"};
@@ -63,7 +67,7 @@ Status VideoTrackReader::openDecoder(std::uint32_t descriptionIndex) {
                                                  " lacks sample description " +
                                                  std::to_string(descriptionIndex)};
     }
-    auto decoder = codec::VideoDecoder::open(description->bytes(), options_);
+    auto decoder = codec::VideoDecoder::open(description->bytes(), options_.decoding);
     if (!decoder) {
         return decoder.failure();
     }
@@ -72,15 +76,43 @@ Status VideoTrackReader::openDecoder(std::uint32_t descriptionIndex) {
     return {};
 }
 
-Status VideoTrackReader::startAt(std::uint32_t sampleIndex) {
-    const std::uint32_t sync = media_.samples.syncSampleAtOrBefore(sampleIndex);
-    cursor_ = media_.samples.cursor(sync);
-    nextSample_ = sync;
+std::uint32_t VideoTrackReader::startFor(const ShownSample& wanted) const {
+    std::uint32_t start = media_.samples.syncSampleAtOrBefore(wanted.index);
+    // In an open group, pictures shown before the sync sample need the group before.
+    while (start > 0 && media_.samples.displayTimeOf(start) > wanted.displayTime) {
+        // Tables that are out of order must not lead round in circles.
+        start = std::min(start - 1, media_.samples.syncSampleAtOrBefore(start - 1));
+    }
+    return start;
+}
+
+void VideoTrackReader::startAt(std::uint32_t syncSample) {
+    cursor_ = media_.samples.cursor(syncSample);
+    nextSample_ = syncSample;
     decoded_.clear();
+    current_.reset();
     started_ = true;
     ended_ = false;
+    drained_ = false;
     decoder_->flush();
-    return {};
+}
+
+void VideoTrackReader::advanceTo(VideoFrame frame) {
+    if (options_.keptBytes > 0 && current_ && !keptFrame(current_->time)) {
+        kept_.push_back(std::move(*current_));
+        // What a picture takes is estimated: four bytes a pixel is more than decoders give.
+        const std::size_t frameBytes =
+            std::size_t(kept_.back().width()) * std::size_t(kept_.back().height()) * 4;
+        while (!kept_.empty() && kept_.size() * frameBytes > options_.keptBytes) {
+            kept_.pop_front();
+        }
+    }
+    current_ = std::move(frame);
+}
+
+const VideoFrame* VideoTrackReader::keptFrame(std::int64_t displayTime) const {
+    const auto found = std::ranges::find(kept_, displayTime, &VideoFrame::time);
+    return found == kept_.end() ? nullptr : &*found;
 }
 
 Status VideoTrackReader::feedOne(std::int64_t wantedTime) {
@@ -120,9 +152,30 @@ Status VideoTrackReader::feedOne(std::int64_t wantedTime) {
     packet.sync = sample.sync;
     // On the way to a picture, only those count that others are decoded from.
     decoder_->skipUnreferencedFrames(sample.displayTime() < wantedTime);
+    ++decodedSamples_;
     // A damaged sample costs its own picture only.
     static_cast<void>(decoder_->send(packet).ok());
     return {};
+}
+
+Status VideoTrackReader::drain() {
+    if (ended_) {
+        return Failure{FailureKind::endOfData, "nothing more to come"};
+    }
+    ended_ = true;
+    drained_ = true;
+    return decoder_->sendEnd();
+}
+
+bool VideoTrackReader::canGoOnTo(std::size_t position) const {
+    if (!started_ || (current_ && position < currentPosition_)) {
+        return false;
+    }
+    const ShownSample& wanted = order_.at(position);
+    if (drained_) {
+        return std::ranges::find(decoded_, wanted.displayTime, &VideoFrame::time) != decoded_.end();
+    }
+    return wanted.index <= nextSample_ + kFarAhead || startFor(wanted) <= nextSample_ + kFarAhead;
 }
 
 Expected<VideoFrame> VideoTrackReader::frameAtPosition(std::size_t position) {
@@ -130,18 +183,18 @@ Expected<VideoFrame> VideoTrackReader::frameAtPosition(std::size_t position) {
         return *current_;
     }
     const ShownSample& wanted = order_.at(position);
-    const bool behind = started_ && current_ && position < currentPosition_;
-    const bool farAhead = started_ && wanted.index > nextSample_ + kFarAhead &&
-                          media_.samples.syncSampleAtOrBefore(wanted.index) > nextSample_;
-    if (!started_ || behind || farAhead) {
-        if (auto status = startAt(wanted.index); !status) {
-            return status.failure();
-        }
-        current_.reset();
+    if (const VideoFrame* kept = keptFrame(wanted.displayTime)) {
+        return *kept;
+    }
+    const bool isStep =
+        started_ && position > currentPosition_ && position - currentPosition_ <= kFarAhead;
+    jumps_ = isStep ? 0 : jumps_ + 1;
+    if (!canGoOnTo(position)) {
+        startAt(startFor(wanted));
     }
     for (;;) {
         while (!decoded_.empty() && decoded_.front().time <= wanted.displayTime) {
-            current_ = std::move(decoded_.front());
+            advanceTo(std::move(decoded_.front()));
             decoded_.pop_front();
         }
         const bool found = current_ && current_->time == wanted.displayTime;
@@ -154,7 +207,15 @@ Expected<VideoFrame> VideoTrackReader::frameAtPosition(std::size_t position) {
             decoded_.push_back(std::move(**frame));
             continue;
         }
-        if (auto status = feedOne(wanted.displayTime); !status) {
+        // Feeding on would bring the picture out as well, with pictures that nobody asks for.
+        const bool enough = !losesByDraining_ && jumps_ >= kManyJumps && nextSample_ > wanted.index;
+        if (auto status = enough ? drain() : feedOne(wanted.displayTime); !status) {
+            if (status.failure().kind == FailureKind::endOfData && drained_) {
+                // Decoders may hold pictures back that follow the start of an open group.
+                losesByDraining_ = true;
+                startAt(startFor(wanted));
+                continue;
+            }
             if (status.failure().kind == FailureKind::endOfData) {
                 break;
             }
