@@ -8,6 +8,7 @@
 #include "Engines/timeline/Geometry.h"
 #include "Private/DrawingRecord.h"
 #include "Private/GWorldRecord.h"
+#include "Private/MovieFileStorage.h"
 #include "Private/MovieLoading.h"
 #include "Private/RecordCalls.h"
 #include "Private/StatusOfFailure.h"
@@ -36,7 +37,19 @@ class Fingerprint {
     std::uint64_t hash_ = 0xCBF29CE484222325;
 };
 
-std::uint64_t fingerprintOf(const timeline::Movie& movie, const transcode::RenderOptions& options) {
+void addLooksOf(const timeline::Media& media, Fingerprint& hash) {
+    hash.add(media.timeScale);
+    hash.add(media.graphicsMode);
+    hash.add(media.descriptions.size());
+    for (const timeline::SampleDescription& description : media.descriptions)
+        for (const std::byte byte : description.bytes().span())
+            hash.add(byte);
+    hash.add(media.samples.sampleCount());
+    hash.add(media.samples.duration());
+}
+
+/// Of all values that decide what a movie shows.
+std::uint64_t looksOf(const timeline::Movie& movie, const transcode::RenderOptions& options) {
     Fingerprint hash;
     hash.add(options.width);
     hash.add(options.height);
@@ -45,7 +58,7 @@ std::uint64_t fingerprintOf(const timeline::Movie& movie, const transcode::Rende
     for (std::int32_t number : movie.matrix)
         hash.add(number);
     for (const auto& track : movie.tracks) {
-        hash.add(reinterpret_cast<std::uintptr_t>(track.get()));
+        hash.add(track->id);
         hash.add(track->flags);
         hash.add(track->layer);
         hash.add(track->dimensions.width);
@@ -57,13 +70,18 @@ std::uint64_t fingerprintOf(const timeline::Movie& movie, const transcode::Rende
             hash.add(edit.mediaTime);
             hash.add(edit.rate);
         }
-        if (!track->media)
-            continue;
+        if (track->media)
+            addLooksOf(*track->media, hash);
+    }
+    return hash.value();
+}
+
+/// Of the parts that a renderer refers to.
+std::uint64_t identityOf(const timeline::Movie& movie) {
+    Fingerprint hash;
+    for (const auto& track : movie.tracks) {
+        hash.add(reinterpret_cast<std::uintptr_t>(track.get()));
         hash.add(reinterpret_cast<std::uintptr_t>(track->media.get()));
-        hash.add(track->media->graphicsMode);
-        hash.add(track->media->descriptions.size());
-        hash.add(track->media->samples.sampleCount());
-        hash.add(track->media->samples.duration());
     }
     return hash.value();
 }
@@ -104,28 +122,65 @@ PixelBox pixelBoxOf(const MovieRecord& record) {
     return result;
 }
 
-/// The current frame at the box's size; an empty frame when no track shows pictures.
-result::Expected<codec::VideoFrame> currentFrame(MovieRecord& record, const PixelBox& box,
-                                                 bool keepsUncovered) {
-    MovieDrawing& drawing = drawingOf(record);
+// Eight pictures of 1920 × 1080 by the reader's estimate.
+constexpr std::size_t kKeptPictureBytes = 64 * 1024 * 1024;
+
+transcode::RenderOptions renderOptions(const PixelBox& box, bool keepsUncovered) {
     transcode::RenderOptions options;
     options.width = box.width;
     options.height = box.height;
     options.alpha = keepsUncovered;
-    const std::uint64_t fingerprint = fingerprintOf(*record.movie, options);
-    if (!drawing.renderer || drawing.rendererFingerprint != fingerprint) {
+    options.reading.keptBytes = kKeptPictureBytes;
+    return options;
+}
+
+/// Makes sure that there are decoders for what the movie looks like; `notFound` when no track shows
+/// pictures.
+result::Status prepareRenderer(MovieRecord& record, const transcode::RenderOptions& options) {
+    MovieDrawing& drawing = drawingOf(record);
+    const std::uint64_t looks = looksOf(*record.movie, options);
+    const std::uint64_t identity = identityOf(*record.movie);
+    if (drawing.drawn.renderer && drawing.looks == looks && drawing.identity == identity)
+        return {};
+    drawing.drawn.renderer.reset();
+    drawing.drawn.movie.reset();
+    std::optional<DrawnMovie> kept;
+    if (const auto decoders = drawing.cloneDecoders.lock())
+        kept = decoders->take(drawing.atom, looks);
+    if (kept) {
+        drawing.drawn = *std::move(kept);
+    } else {
         auto opened = transcode::MovieRenderer::open(*record.movie, options);
-        if (!opened) {
-            drawing.renderer.reset();
-            if (opened.failure().kind == result::FailureKind::notFound)
-                return codec::VideoFrame();
+        if (!opened)
             return opened.failure();
-        }
-        drawing.renderer = *std::move(opened);
-        drawing.rendererFingerprint = fingerprint;
+        drawing.drawn.renderer = *std::move(opened);
     }
-    return drawing.renderer->renderFrame({record.movie->currentTime, record.movie->timeScale},
-                                         codec::PixelFormat::argb32());
+    drawing.looks = looks;
+    drawing.identity = identity;
+    return {};
+}
+
+/// The current frame at the box's size; an empty frame when no track shows pictures.
+result::Expected<codec::VideoFrame> currentFrame(MovieRecord& record, const PixelBox& box,
+                                                 bool keepsUncovered) {
+    if (const auto prepared = prepareRenderer(record, renderOptions(box, keepsUncovered));
+        !prepared) {
+        if (prepared.failure().kind == result::FailureKind::notFound)
+            return codec::VideoFrame();
+        return prepared.failure();
+    }
+    return record.drawing->drawn.renderer->renderFrame(
+        {record.movie->currentTime, record.movie->timeScale}, codec::PixelFormat::argb32());
+}
+
+/// Whether samples come from a file that is open for writing, which must not be held on to.
+bool readsFromOpenStorage(const timeline::Movie& movie) {
+    for (const auto& track : movie.tracks)
+        if (track->media)
+            for (const timeline::DataReference& reference : track->media->dataReferences)
+                if (dynamic_cast<const MovieStorage*>(reference.store.get()))
+                    return true;
+    return false;
 }
 
 OSErr draw(Movie movie, MovieRecord& record) {
@@ -172,6 +227,19 @@ OSErr draw(Movie movie, MovieRecord& record) {
 }
 
 }  // namespace
+
+void keepDecodersForNextClone(MovieRecord& record) {
+    MovieDrawing& drawing = *record.drawing;
+    const auto decoders = drawing.cloneDecoders.lock();
+    if (!decoders || !drawing.drawn.renderer || readsFromOpenStorage(*record.movie))
+        return;
+    if (!drawing.drawn.movie) {
+        if (drawing.identity != identityOf(*record.movie))
+            return;
+        drawing.drawn.movie = std::move(record.movie);
+    }
+    decoders->keep(drawing.atom, drawing.looks, std::move(drawing.drawn));
+}
 
 void SetMovieGWorld(Movie movie, CGrafPtr port, const void*) {
     changeObject("SetMovieGWorld", movie,

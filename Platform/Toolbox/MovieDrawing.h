@@ -8,7 +8,8 @@
 // Places of the movie box that no track covers are erased to opaque black, unless a cover procedure
 // is installed, which then answers for them. A movie and its world are used by one thread at a
 // time. Decoders are kept between draws of one movie, so that stepping forward decodes each frame
-// once.
+// once; those of a clone (PutMovieIntoHandle, NewMovieFromHandle) are kept for the next clone until
+// the original is disposed of.
 #pragma once
 
 #include <cstdint>

@@ -1,7 +1,9 @@
 #include <algorithm>
 
 #include "Movies.h"
+#include "Private/CloneDecoders.h"
 #include "Private/DataReferencePath.h"
+#include "Private/DrawingRecord.h"
 #include "Private/HandleBytes.h"
 #include "Private/MovieLoading.h"
 #include "Private/NewMediaData.h"
@@ -20,6 +22,13 @@ result::Expected<std::unique_ptr<MovieRecord>> beginLoading(const std::string& p
     auto record = std::make_unique<MovieRecord>(std::make_unique<timeline::Movie>());
     record->loading = std::move(*loading);
     return record;
+}
+
+void beCloneOf(MovieRecord& record, const timeline::SharedBytes& atom,
+               const std::shared_ptr<CloneDecoders>& decoders) {
+    record.drawing = std::make_unique<MovieDrawing>();
+    record.drawing->atom = atom;
+    record.drawing->cloneDecoders = decoders;
 }
 
 }  // namespace
@@ -54,11 +63,14 @@ std::int32_t GetMovieLoadState(Movie movie) {
 }
 
 OSErr PutMovieIntoHandle(Movie movie, Handle handle) {
-    return workOnObject("PutMovieIntoHandle", movie, [&](const MovieRecord& record) -> OSErr {
+    return workOnObject("PutMovieIntoHandle", movie, [&](MovieRecord& record) -> OSErr {
         if (!IsHandleValid(handle))
             return nilHandleErr;
         const auto atom = movieAtomForHandle(*record.movie);
-        return atom ? copyIntoHandle(*atom, handle) : statusOfFailure(atom.failure());
+        if (!atom)
+            return statusOfFailure(atom.failure());
+        CloneDecoders::movieWasPutInto(handle, record.cloneDecoders);
+        return copyIntoHandle(*atom, handle);
     });
 }
 
@@ -75,10 +87,13 @@ OSErr NewMovieFromHandle(Movie* movie, Handle handle, std::int16_t flags,
         return call.fail(paramErr);
     if (!IsHandleValid(handle))
         return call.fail(nilHandleErr);
-    auto model = movieOfAtom(timeline::SharedBytes::copyOf(handleBytes(handle)), flags);
+    const auto atom = timeline::SharedBytes::copyOf(handleBytes(handle));
+    auto model = movieOfAtom(atom, flags);
     if (!model)
         return call.fail(statusOfOpeningFailure(model.failure()));
     *movie = newMovieRecord(std::move(*model));
+    if (const auto decoders = CloneDecoders::ofMovieIn(handle))
+        beCloneOf(**movie, atom, decoders);
     return call.succeed();
 }
 

@@ -1,11 +1,11 @@
 #include "Private/MovieRecord.h"
-#include "Private/DrawingRecord.h"
 
 #include <algorithm>
 #include <ctime>
 #include <limits>
 
 #include "Private/ComponentTable.h"
+#include "Private/DrawingRecord.h"
 #include "Private/MovieFileStorage.h"
 #include "Private/MovieLoading.h"
 
@@ -30,7 +30,10 @@ MediaRecord* TrackRecord::mediaRecord() {
 
 MovieRecord::MovieRecord(std::unique_ptr<timeline::Movie> model) : movie(std::move(model)) {}
 
-MovieRecord::~MovieRecord() = default;
+MovieRecord::~MovieRecord() {
+    if (drawing)
+        keepDecodersForNextClone(*this);
+}
 
 TrackRecord& MovieRecord::trackRecord(timeline::Track& track) {
     std::unique_ptr<TrackRecord>& record = tracks[&track];

@@ -4,10 +4,12 @@
 #include <cstdint>
 #include <memory>
 
-#include "Engines/transcode/MovieRenderer.h"
 #include "MovieDrawing.h"
+#include "Private/CloneDecoders.h"
 
 namespace TWQuickTime {
+
+struct MovieRecord;
 
 struct MovieDrawing {
     CGrafPtr port = nullptr;
@@ -15,8 +17,17 @@ struct MovieDrawing {
     MovieRgnCoverUPP coverProc = nullptr;
     RefCon coverRefCon = 0;
     /// Decoders at the last frame; of use only while the movie looks as it did.
-    std::unique_ptr<transcode::MovieRenderer> renderer;
-    std::uint64_t rendererFingerprint = 0;
+    DrawnMovie drawn;
+    /// Hashes over what decides what the movie shows: of values alone, and with the identity of its
+    /// parts.
+    std::uint64_t looks = 0;
+    std::uint64_t identity = 0;
+    /// Of a movie from a handle: the bytes, and who keeps decoders for the clones of its original.
+    timeline::SharedBytes atom;
+    std::weak_ptr<CloneDecoders> cloneDecoders;
 };
+
+/// Hands the decoders of a clone that is about to go to its original.
+void keepDecodersForNextClone(MovieRecord& record);
 
 }  // namespace TWQuickTime

@@ -18,6 +18,7 @@
 
 namespace TWQuickTime {
 
+class CloneDecoders;
 class MovieAtomUse;
 class MovieLoading;
 struct MovieDrawing;
@@ -83,6 +84,8 @@ struct MovieRecord {
     std::unique_ptr<MovieLoading> loading;
     /// World, procedures and decoders of drawing; none until the movie is drawn.
     std::unique_ptr<MovieDrawing> drawing;
+    /// Of the movie's clones; none until it was put into a handle.
+    std::shared_ptr<CloneDecoders> cloneDecoders;
 
     TrackRecord& trackRecord(timeline::Track& track);
 };
