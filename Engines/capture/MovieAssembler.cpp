@@ -34,13 +34,13 @@ bool MovieAssembler::Stream::isAvc() const {
     return video && video->codec == fourCharCode("avc1");
 }
 
-MovieAssembler::MovieAssembler(GrowingMovie& movie, std::vector<StreamFormat> formats,
+MovieAssembler::MovieAssembler(GrowingMovie& movie, const std::vector<StreamFormat>& formats,
                                std::int64_t startInNanoseconds)
     : movie_(movie), origin_(startInNanoseconds) {
-    for (StreamFormat& format : formats) {
+    for (const StreamFormat& format : formats) {
         if (const auto* sound = std::get_if<SoundFormat>(&format); sound && !clock_)
             clock_.emplace(sound->sampleRate);
-        streams_.push_back({.format = std::move(format)});
+        streams_.push_back({.format = format});
     }
 }
 

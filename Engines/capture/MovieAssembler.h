@@ -31,7 +31,7 @@ class MovieAssembler {
     /// @param movie  outlives the assembler, which begins a segment of it when all formats are
     /// known
     /// @param startInNanoseconds  of the recording, on the system's monotonic clock
-    MovieAssembler(GrowingMovie& movie, std::vector<StreamFormat> formats,
+    MovieAssembler(GrowingMovie& movie, const std::vector<StreamFormat>& formats,
                    std::int64_t startInNanoseconds);
 
     /// Begins the segment, unless a stream's parameters are still to come with its data.

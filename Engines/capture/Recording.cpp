@@ -51,7 +51,7 @@ class RunningRecording : public Recording {
         std::vector<StreamFormat> formats;
         for (const auto& source : sources_)
             formats.push_back(source->format());
-        assembler_.emplace(movie_, std::move(formats), CaptureClock::system().nanoseconds());
+        assembler_.emplace(movie_, formats, CaptureClock::system().nanoseconds());
         for (const auto& source : sources_) {
             if (Status started = source->start(); !started) {
                 stopSources();
