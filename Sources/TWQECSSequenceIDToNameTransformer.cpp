@@ -1,9 +1,6 @@
 #include "TWQECSSequenceIDToNameTransformer.h"
 
-#include "NSBundle.h"
-#include "TWQECS.h"
-#include "TWQECSReader.h"
-#include "TWQuickTimeBundle.h"
+#include "Private/QECSNames.h"
 
 namespace TWQuickTime {
 
@@ -14,18 +11,7 @@ TWQECSSequenceIDToNameTransformer::TWQECSSequenceIDToNameTransformer() {
 TWQECSSequenceIDToNameTransformer::~TWQECSSequenceIDToNameTransformer() = default;
 
 void TWQECSSequenceIDToNameTransformer::loadQECSDefinitions() {
-    NameDictionary names;
-    for (const PropertyListValue& path :
-         NSBundle::mainBundle()->pathsForResourcesOfType("qecs", nullptr)) {
-        const auto reader =
-            TWQECSReader::qecsReaderWithPath(path.stringValue().stringByExpandingTildeInPath());
-        if (!reader)
-            continue;
-        for (const std::shared_ptr<TWQECS>& sequence : reader->componentSettingSequences())
-            if (sequence->identifier() && sequence->name())
-                names[sequence->identifier()] = sequence->name();
-    }
-    setQecsNameDict(std::move(names));
+    setQecsNameDict(namesInMainBundle(&TWQECSReader::componentSettingSequences));
 }
 
 void TWQECSSequenceIDToNameTransformer::setQecsNameDict(
@@ -43,13 +29,7 @@ bool TWQECSSequenceIDToNameTransformer::allowsReverseTransformation() const {
 
 PropertyListValue TWQECSSequenceIDToNameTransformer::transformedValue(
     const PropertyListValue& value) const {
-    if (!value || !_qecsNameDict)
-        return nullptr;
-    if (const auto name = _qecsNameDict->find(value); name != _qecsNameDict->end())
-        return name->second;
-    const auto bundle = NSBundle::bundleWithIdentifier(TWQuickTimeBundleIdentifier);
-    return bundle ? bundle->localizedStringForKey("Unknown", "", TWQuickTimeStringsTable)
-                  : NSString("Unknown");
+    return nameOfIdentifier(value, _qecsNameDict);
 }
 
 }  // namespace TWQuickTime

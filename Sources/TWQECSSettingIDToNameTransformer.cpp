@@ -1,9 +1,6 @@
 #include "TWQECSSettingIDToNameTransformer.h"
 
-#include "NSBundle.h"
-#include "TWQECS.h"
-#include "TWQECSReader.h"
-#include "TWQuickTimeBundle.h"
+#include "Private/QECSNames.h"
 
 namespace TWQuickTime {
 
@@ -14,18 +11,7 @@ TWQECSSettingIDToNameTransformer::TWQECSSettingIDToNameTransformer() {
 TWQECSSettingIDToNameTransformer::~TWQECSSettingIDToNameTransformer() = default;
 
 void TWQECSSettingIDToNameTransformer::loadQECSDefinitions() {
-    NameDictionary names;
-    for (const PropertyListValue& path :
-         NSBundle::mainBundle()->pathsForResourcesOfType("qecs", nullptr)) {
-        const auto reader =
-            TWQECSReader::qecsReaderWithPath(path.stringValue().stringByExpandingTildeInPath());
-        if (!reader)
-            continue;
-        for (const std::shared_ptr<TWQECS>& setting : reader->componentSettings())
-            if (setting->identifier() && setting->name())
-                names[setting->identifier()] = setting->name();
-    }
-    setQecsNameDict(std::move(names));
+    setQecsNameDict(namesInMainBundle(&TWQECSReader::componentSettings));
 }
 
 void TWQECSSettingIDToNameTransformer::setQecsNameDict(std::optional<NameDictionary> qecsNameDict) {
@@ -42,13 +28,7 @@ bool TWQECSSettingIDToNameTransformer::allowsReverseTransformation() const {
 
 PropertyListValue TWQECSSettingIDToNameTransformer::transformedValue(
     const PropertyListValue& value) const {
-    if (!value || !_qecsNameDict)
-        return nullptr;
-    if (const auto name = _qecsNameDict->find(value); name != _qecsNameDict->end())
-        return name->second;
-    const auto bundle = NSBundle::bundleWithIdentifier(TWQuickTimeBundleIdentifier);
-    return bundle ? bundle->localizedStringForKey("Unknown", "", TWQuickTimeStringsTable)
-                  : NSString("Unknown");
+    return nameOfIdentifier(value, _qecsNameDict);
 }
 
 }  // namespace TWQuickTime
