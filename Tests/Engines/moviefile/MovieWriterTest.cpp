@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "AtomDifference.h"
 #include "Engines/moviefile/AtomWalker.h"
 #include "Engines/moviefile/DataReferences.h"
 #include "Engines/moviefile/Descriptions.h"
@@ -35,68 +36,6 @@ Bytes write(const Movie& movie, const WriteOptions& options = {}) {
     EXPECT_EQ(*measured, written->size());
     return *written;
 }
-
-/// The paths of all atoms whose own bytes (not those of children) differ, and of those that only
-/// one of the two has.
-class Difference {
-  public:
-    static std::vector<std::string> between(const Bytes& a, const Bytes& b) {
-        Difference difference;
-        difference.compare(*wholeAtom(shared(a), 0), *wholeAtom(shared(b), 0), "moov");
-        return difference.paths_;
-    }
-
-  private:
-    static bool isContainer(FourCharCode type) {
-        for (const FourCharCode container :
-             {fourCharCode("moov"), fourCharCode("trak"), fourCharCode("mdia"),
-              fourCharCode("minf"), fourCharCode("stbl"), fourCharCode("edts"),
-              fourCharCode("dinf"), fourCharCode("udta")}) {
-            if (type == container)
-                return true;
-        }
-        return false;
-    }
-
-    static std::vector<AtomView> childrenOf(const AtomView& atom) {
-        std::vector<AtomView> children;
-        AtomWalker walker(atom.payload(), 0);
-        while (auto child = walker.next())
-            children.push_back(*child);
-        return children;
-    }
-
-    void compare(const AtomView& a, const AtomView& b, const std::string& path) {
-        if (a.bytes == b.bytes)
-            return;
-        if (!isContainer(a.type)) {
-            paths_.push_back(path);
-            return;
-        }
-        const std::vector<AtomView> olds = childrenOf(a);
-        const std::vector<AtomView> news = childrenOf(b);
-        std::size_t next = 0;
-        for (const AtomView& old : olds) {
-            const std::string childPath = path + "/" + timeline::textOf(old.type);
-            std::size_t found = next;
-            while (found < news.size() && news[found].type != old.type)
-                ++found;
-            if (found == news.size()) {
-                paths_.push_back("-" + childPath);
-                continue;
-            }
-            for (; next < found; ++next)
-                paths_.push_back("+" + path + "/" + timeline::textOf(news[next].type));
-            compare(old, news[next++], childPath);
-        }
-        for (; next < news.size(); ++next)
-            paths_.push_back("+" + path + "/" + timeline::textOf(news[next].type));
-    }
-
-    std::vector<std::string> paths_;
-};
-
-using Paths = std::vector<std::string>;
 
 /// A movie with strange atoms everywhere.
 Bytes strangeMovie() {
@@ -153,10 +92,10 @@ TEST(MovieWriter, AnEmptyListOfReferencesKeepsTheBytesBehindIt) {
 TEST(MovieWriter, AChangedHeaderFieldChangesOnlyThatHeader) {
     const auto movie = read(strangeMovie());
     movie->posterTime = 7;
-    EXPECT_EQ(Difference::between(strangeMovie(), write(*movie)), Paths{"moov/mvhd"});
+    EXPECT_EQ(differenceBetween(strangeMovie(), write(*movie)), Paths{"moov/mvhd"});
     movie->posterTime = 0;
     movie->tracks[1]->setEnabled(false);
-    EXPECT_EQ(Difference::between(strangeMovie(), write(*movie)), Paths{"moov/trak/tkhd"});
+    EXPECT_EQ(differenceBetween(strangeMovie(), write(*movie)), Paths{"moov/trak/tkhd"});
     movie->tracks[1]->setEnabled(true);
     EXPECT_TRUE(write(*movie) == strangeMovie());
 }
@@ -164,14 +103,14 @@ TEST(MovieWriter, AChangedHeaderFieldChangesOnlyThatHeader) {
 TEST(MovieWriter, UserDataChangesOnlyTheUserData) {
     const auto movie = read(strangeMovie());
     movie->userData.add(fourCharCode("name"), shared(bytesOf("text")));
-    EXPECT_EQ(Difference::between(strangeMovie(), write(*movie)), Paths{"+moov/udta/name"});
+    EXPECT_EQ(differenceBetween(strangeMovie(), write(*movie)), Paths{"+moov/udta/name"});
     movie->userData.remove(fourCharCode("name"));
     EXPECT_TRUE(write(*movie) == strangeMovie());
     movie->userData.items.clear();
-    EXPECT_EQ(Difference::between(strangeMovie(), write(*movie)), Paths{"-moov/udta"});
+    EXPECT_EQ(differenceBetween(strangeMovie(), write(*movie)), Paths{"-moov/udta"});
     const auto without = read(test::movie());
     without->userData.add(fourCharCode("name"), shared(bytesOf("text")));
-    EXPECT_EQ(Difference::between(test::movie(), write(*without)), Paths{"+moov/udta"});
+    EXPECT_EQ(differenceBetween(test::movie(), write(*without)), Paths{"+moov/udta"});
 }
 
 TEST(MovieWriter, AnEditWritesTheEditListAndTheDurations) {
@@ -179,7 +118,7 @@ TEST(MovieWriter, AnEditWritesTheEditListAndTheDurations) {
     Track& track = *movie->tracks[0];
     ASSERT_TRUE(insertMedia(*movie, track, -1, 0, 300));
     const Bytes changed = write(*movie);
-    EXPECT_EQ(Difference::between(strangeMovie(), changed),
+    EXPECT_EQ(differenceBetween(strangeMovie(), changed),
               (Paths{"moov/mvhd", "moov/trak/tkhd", "+moov/trak/edts"}));
     const auto again = read(changed);
     EXPECT_EQ(again->duration(), 900);
@@ -202,7 +141,7 @@ TEST(MovieWriter, ANewTrackStandsBehindTheOthers) {
     Track& track = movie->addTrack({10 << 16, 20 << 16}, 0x100);
     track.media = makeMedia(fourCharCode("soun"), 8000);
     const Bytes changed = write(*movie);
-    EXPECT_EQ(Difference::between(strangeMovie(), changed), (Paths{"moov/mvhd", "+moov/trak"}));
+    EXPECT_EQ(differenceBetween(strangeMovie(), changed), (Paths{"moov/mvhd", "+moov/trak"}));
     const auto again = read(changed);
     EXPECT_EQ(again->tracks[2]->id, 3u);
     EXPECT_EQ(again->tracks[2]->dimensions.height, 20 << 16);
@@ -214,7 +153,7 @@ TEST(MovieWriter, AppendedSamplesChangeTheTablesTheyAreIn) {
     timeline::Media& media = *movie->tracks[0]->media;
     ASSERT_TRUE(media.samples.append({.offset = 5000, .sizeInBytes = 40, .duration = 100}));
     const Bytes changed = write(*movie);
-    EXPECT_EQ(Difference::between(strangeMovie(), changed),
+    EXPECT_EQ(differenceBetween(strangeMovie(), changed),
               (Paths{"moov/trak/mdia/mdhd", "moov/trak/mdia/minf/stbl/stts",
                      "moov/trak/mdia/minf/stbl/stsc", "moov/trak/mdia/minf/stbl/stsz",
                      "moov/trak/mdia/minf/stbl/stco"}));
@@ -229,11 +168,11 @@ TEST(MovieWriter, AppendedSamplesChangeTheTablesTheyAreIn) {
 TEST(MovieWriter, PlacedChunksChangeOnlyWhereSamplesLie) {
     const auto movie = read(strangeMovie());
     ASSERT_TRUE(movie->tracks[0]->media->samples.placeChunks({{1u << 20, 3, 1}}));
-    EXPECT_EQ(Difference::between(strangeMovie(), write(*movie)),
+    EXPECT_EQ(differenceBetween(strangeMovie(), write(*movie)),
               (Paths{"moov/trak/mdia/minf/stbl/stco"}));
     ASSERT_TRUE(movie->tracks[0]->media->samples.placeChunks(
         {{0x1'0000'0000, 2, 1}, {0x1'0000'1000, 1, 1}}));
-    EXPECT_EQ(Difference::between(strangeMovie(), write(*movie)),
+    EXPECT_EQ(differenceBetween(strangeMovie(), write(*movie)),
               (Paths{"moov/trak/mdia/minf/stbl/stsc", "-moov/trak/mdia/minf/stbl/stco",
                      "+moov/trak/mdia/minf/stbl/co64"}));
 }
@@ -257,7 +196,7 @@ TEST(MovieWriter, ChangingTheTimeScaleWritesHeadersAndEdits) {
     movie->posterTime = 60;
     ASSERT_TRUE(movie->setTimeScale(1000));
     const Bytes changed = write(*movie);
-    EXPECT_EQ(Difference::between(before, changed),
+    EXPECT_EQ(differenceBetween(before, changed),
               (Paths{"moov/mvhd", "moov/trak/tkhd", "moov/trak/edts/elst"}));
     const auto again = read(changed);
     EXPECT_EQ(again->timeScale, 1000u);
@@ -268,7 +207,7 @@ TEST(MovieWriter, ChangingTheTimeScaleWritesHeadersAndEdits) {
 TEST(MovieWriter, AnImpliedEditListStaysImpliedInAnotherTimeScale) {
     const auto movie = read(test::movie());
     ASSERT_TRUE(movie->setTimeScale(90000));
-    EXPECT_EQ(Difference::between(test::movie(), write(*movie)),
+    EXPECT_EQ(differenceBetween(test::movie(), write(*movie)),
               (Paths{"moov/mvhd", "moov/trak/tkhd"}));
 }
 
@@ -282,7 +221,7 @@ TEST(MovieWriter, DataReferencesThatAreMappedElsewhereAreWrittenAnew) {
     const auto again = read(changed);
     EXPECT_EQ(*pathOfReference(again->tracks[0]->media->dataReferences[0], ""),
               "/films/a movie.mov");
-    EXPECT_EQ(Difference::between(strangeMovie(), changed),
+    EXPECT_EQ(differenceBetween(strangeMovie(), changed),
               (Paths{"moov/trak/mdia/minf/dinf/dref", "moov/trak/mdia/minf/dinf/dref"}));
 }
 
@@ -321,7 +260,7 @@ TEST(MovieWriter, ReferencesPreloadApertureAndInputMapGoOutAndComeBack) {
         shared(joined({zeros(12), u32(20), bytesOf("sean"), u32(1), u32(0), u32(0)}));
     const Bytes changed = write(*movie);
     EXPECT_EQ(
-        Difference::between(test::movie(), changed),
+        differenceBetween(test::movie(), changed),
         (Paths{"+moov/trak/tapt", "+moov/trak/tref", "+moov/trak/load", "+moov/trak/mdia/imap"}));
     const auto again = read(changed);
     EXPECT_EQ(again->tracks[0]->references, track.references);
