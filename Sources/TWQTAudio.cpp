@@ -5,6 +5,7 @@
 
 #include "NSRunLoop.h"
 #include "Private/TWQTAudioDelegateCall.h"
+#include "Private/WholeNumber.h"
 
 namespace TWQuickTime {
 namespace {
@@ -184,7 +185,7 @@ void TWQTAudio::TW_didChangeLoadState(const NSNotification&) {
 
 QTTime TWQTAudio::TW_timeFromSeconds(double seconds) const {
     const std::int32_t scale = duration().timeScale;
-    return QTMakeTime(static_cast<std::int64_t>(seconds * scale + 0.5), scale);
+    return QTMakeTime(integerPart<std::int64_t>(seconds * scale + 0.5), scale);
 }
 
 double TWQTAudio::TW_secondsFromTime(QTTime time) const {

@@ -191,6 +191,7 @@ class TWQT_EXPORT TWQTAudio : public QTMovie {
     void TW_updateUserInterface();
     void TW_didChangeRate(const NSNotification& notification);
     void TW_didChangeLoadState(const NSNotification& notification);
+    /// In the duration's scale; held within 64 bits, 0 for what is no number.
     /// (TW_timeFromSeconds:, TW_secondsFromTime:)
     QTTime TW_timeFromSeconds(double seconds) const;
     double TW_secondsFromTime(QTTime time) const;

@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <cmath>
 
 #include "BigEndianValue.h"
 #include "GWorlds.h"
@@ -10,6 +9,7 @@
 #include "NSBitmapImageRep.h"
 #include "NSImage.h"
 #include "NSLog.h"
+#include "Private/WholeNumber.h"
 #include "TWImageUtils.h"
 #include "TWLog.h"
 #include "TWUQuickTimeMovie.h"
@@ -98,9 +98,7 @@ std::shared_ptr<NSImage> TWUQuickTimeMovie::frameImageAtTime(double seconds, Tra
     QTNewGWorldFromPtr(&world, k32ARGBPixelFormat, &bounds, nullptr, nullptr, 0,
                        bitmap->bitmapData(), bitmap->bytesPerRow());
     SetMovieGWorld(clone, world, nullptr);
-    const double units = std::isnan(seconds) ? 0.0 : GetMovieTimeScale(clone) * seconds;
-    SetMovieTimeValue(
-        clone, static_cast<TimeValue>(std::clamp(std::trunc(units), -2147483648.0, 2147483647.0)));
+    SetMovieTimeValue(clone, integerPart<TimeValue>(GetMovieTimeScale(clone) * seconds));
     if (withAlpha)
         SetMovieCoverProcs(clone, twMovieUncoverProc, nullptr, 0);
     const OSErr drawn = MoviesTask(clone, 0);

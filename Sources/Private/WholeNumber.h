@@ -1,5 +1,5 @@
-// Fractions brought to whole numbers in the ways that the tween builders use, limited to the range
-// of the type where a cast would not be defined.
+// Fractions brought to whole numbers, limited to the range of the type where a cast would not be
+// defined.
 #pragma once
 
 #include <cmath>

@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <cmath>
+#include <limits>
 #include <thread>
 #include <typeinfo>
 
@@ -204,6 +206,32 @@ TEST_F(AudioPlayer, TurnsSecondsIntoTimesOfItsOwnScale) {
     EXPECT_EQ(audio->TW_timeFromSeconds(0.0012), QTMakeTime(1, 600));  // 0.72 + 0.5
     EXPECT_EQ(audio->TW_timeFromSeconds(-0.01), QTMakeTime(-5, 600));  // -6 + 0.5, toward zero
     EXPECT_EQ(audio->TW_secondsFromTime(QTMakeTime(900, 600)), 1.5);
+}
+
+TEST_F(AudioPlayer, HoldsSecondsThatNoTimeCanCountWithin64Bits) {
+    using Limits = std::numeric_limits<std::int64_t>;
+    const double infinity = std::numeric_limits<double>::infinity();
+    const auto audio = twoSeconds();
+    audio->TW_duration = QTMakeTime(1200, 600);
+    for (const double huge : {1e30, 9223372036854775807.0 / 600, infinity})
+        EXPECT_EQ(audio->TW_timeFromSeconds(huge), QTMakeTime(Limits::max(), 600));
+    for (const double huge : {-1e30, -infinity})
+        EXPECT_EQ(audio->TW_timeFromSeconds(huge), QTMakeTime(Limits::min(), 600));
+    EXPECT_EQ(audio->TW_timeFromSeconds(std::nan("")), QTMakeTime(0, 600));
+}
+
+TEST_F(AudioPlayer, PlaysToItsEndWhateverItsOutPointIs) {
+    for (const double end : {1e30, std::numeric_limits<double>::infinity()}) {
+        const auto audio = twoSeconds();
+        audio->setOutPointInSeconds(end);
+        audio->setCurrentTimeInSeconds(end);
+        EXPECT_LE(audio->currentTimeInSeconds(), 2.0);
+        audio->setCurrentTimeInSeconds(std::nan(""));
+        EXPECT_EQ(audio->currentTimeInSeconds(), 0.0);
+        audio->play();
+        EXPECT_TRUE(audio->isPlaying());
+        audio->stop();
+    }
 }
 
 TEST_F(AudioPlayer, AsksForADurationOfZeroAgainAndKeepsAnyOther) {
