@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <linux/fs.h>
 #include <sys/ioctl.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
@@ -10,6 +11,7 @@
 namespace TWQuickTime::moviefile {
 namespace {
 
+using result::Expected;
 using result::Failure;
 using result::FailureKind;
 using result::Status;
@@ -19,6 +21,10 @@ constexpr std::uint64_t largeSizeInBytes = 64 * 1024;
 // Below it sharing extents costs more than it saves.
 constexpr std::uint64_t leastSharedSizeInBytes = 1 << 20;
 constexpr std::uint64_t greatestSharedSizeInBytes = std::uint64_t{256} << 20;
+// Below it a call for the range alone costs more than the way through a block.
+constexpr std::uint64_t leastSizeWithinSystem = 512 * 1024;
+// A copy that is to be stopped waits for one call.
+constexpr std::uint64_t greatestSizeWithinSystem = 4 << 20;
 constexpr std::size_t windowSizeInBytes = 64 * 1024;
 constexpr std::size_t greatestWindowCount = 32;
 // A range that begins this near behind a window is taken for the continuation of a sequence.
@@ -134,17 +140,13 @@ Status DataCopier::copyLarge(Range range) {
         return flushed;
     while (range.sizeInBytes != 0) {
         std::uint64_t done = shareExtents(range);
+        if (done == 0)
+            done = copyWithinSystem(range);
         if (done == 0) {
-            // Blocks of the source that are whole spare the system a second look at a page.
-            const std::uint64_t toEdge = blockSizeInBytes - range.offset % blockSizeInBytes;
-            done = std::min(range.sizeInBytes, toEdge);
-            buffer_.resize(static_cast<std::size_t>(done));
-            Status moved = range.store->read(range.offset, buffer_);
-            if (moved)
-                moved = destination_.write(writtenEnd_, buffer_);
-            buffer_.clear();
-            if (!moved)
-                return moved;
+            const Expected<std::uint64_t> copied = copyBlock(range);
+            if (!copied)
+                return copied.failure();
+            done = *copied;
         }
         range.offset += done;
         range.sizeInBytes -= done;
@@ -168,6 +170,40 @@ std::uint64_t DataCopier::shareExtents(const Range& range) {
         return size;
     sharing_ = false;
     return 0;
+}
+
+/// Spares the way through a buffer of ours.
+/// @return how many bytes were copied; 0 where the beginning of the range has to be read
+std::uint64_t DataCopier::copyWithinSystem(const Range& range) {
+    const int source = range.store->descriptor();
+    const int destination = destination_.fileDescriptor();
+    if (!withinSystem_ || range.sizeInBytes < leastSizeWithinSystem || source < 0 ||
+        destination < 0)
+        return 0;
+    auto from = static_cast<off_t>(range.offset);
+    auto to = static_cast<off_t>(writtenEnd_);
+    const ssize_t copied = ::copy_file_range(
+        source, &from, destination, &to,
+        static_cast<std::size_t>(std::min(range.sizeInBytes, greatestSizeWithinSystem)), 0);
+    // Files of two file systems, a full disk, a source that is too short: reading and writing the
+    // range finds what is wrong with it.
+    withinSystem_ = copied > 0;
+    return withinSystem_ ? static_cast<std::uint64_t>(copied) : 0;
+}
+
+/// @return the size of the block
+Expected<std::uint64_t> DataCopier::copyBlock(const Range& range) {
+    // Blocks of the source that are whole spare the system a second look at a page.
+    const std::uint64_t toEdge = blockSizeInBytes - range.offset % blockSizeInBytes;
+    const std::uint64_t size = std::min(range.sizeInBytes, toEdge);
+    buffer_.resize(static_cast<std::size_t>(size));
+    Status moved = range.store->read(range.offset, buffer_);
+    if (moved)
+        moved = destination_.write(writtenEnd_, buffer_);
+    buffer_.clear();
+    if (!moved)
+        return moved.failure();
+    return size;
 }
 
 Status DataCopier::flush() {

@@ -1,9 +1,10 @@
 // Copies ranges of sample stores, one behind the other, into a file.
 //
 // Ranges that follow each other in a store become one copy. Large copies share the source's extents
-// where the file system can do that, else they go through one block of 256 KiB, which stays in the
-// processor's cache; small ones are collected, read through windows, so that a million of them cost
-// no million of system calls. Memory is bounded by the number of windows.
+// where the file system can do that, else the system copies them from file to file, or they go
+// through one block of 256 KiB, which stays in the processor's cache; small ones are collected,
+// read through windows, so that a million of them cost no million of system calls. Memory is
+// bounded by the number of windows.
 //
 //     DataCopier copier(file, offset);
 //     for (…) if (Status added = copier.add(store, from, count); !added) return added;
@@ -60,6 +61,8 @@ class DataCopier {
     result::Status readSmall(const Range& range, std::span<std::byte> into);
     Window* windowFor(const Range& range);
     std::uint64_t shareExtents(const Range& range);
+    std::uint64_t copyWithinSystem(const Range& range);
+    result::Expected<std::uint64_t> copyBlock(const Range& range);
     result::Status flush();
     result::Status advance(std::uint64_t sizeInBytes);
 
@@ -73,7 +76,8 @@ class DataCopier {
     Range pending_;
     std::vector<Window> windows_;
     std::uint64_t uses_ = 0;
-    bool sharing_ = true;  ///< until the file system says no
+    bool sharing_ = true;       ///< until the file system says no
+    bool withinSystem_ = true;  ///< until the system says no
 };
 
 /// Whether the destination can share extents with the source at all; asks by sharing one block,

@@ -7,7 +7,10 @@
 #include <gtest/gtest.h>
 
 #include "AtomBytes.h"
+#include "Engines/moviefile/FileStorage.h"
 #include "Engines/moviefile/MemoryStorage.h"
+#include "Engines/moviefile/StorageSampleStore.h"
+#include "TemporaryDirectory.h"
 
 namespace TWQuickTime::moviefile::test {
 namespace {
@@ -124,6 +127,57 @@ TEST(DataCopier, ARangePastTheEndOfItsStoreIsAFailureForSmallAndLargeOnes) {
             status = copier.finish();
         ASSERT_FALSE(status);
         EXPECT_EQ(status.failure().kind, FailureKind::truncated);
+    }
+}
+
+class DataCopierBetweenFiles : public testing::Test {
+  protected:
+    std::unique_ptr<FileStorage> newFile(const char* name) {
+        auto file = FileStorage::createNew(directory_.file(name));
+        EXPECT_TRUE(file);
+        return std::move(*file);
+    }
+    TWQuickTime::test::TemporaryDirectory directory_;
+};
+
+TEST_F(DataCopierBetweenFiles, CopiesRangesOfAnySizeFromAnywhere) {
+    const Bytes bytes = randomBytes(11'000'000);
+    const std::shared_ptr<FileStorage> source = newFile("source");
+    ASSERT_TRUE(source->write(0, bytes));
+    const StorageSampleStore store(source, "");
+    const std::unique_ptr<FileStorage> destination = newFile("copy");
+    DataCopier copier(*destination, 7);
+    Bytes expected(7);
+    for (const auto& [offset, size] : {std::pair{4'096, 10'000'000},
+                                       {1, 4 << 20},
+                                       {77, 600'000},
+                                       {10'999'000, 1'000},
+                                       {0, 300'000},
+                                       {5'000, 6'000'000}}) {
+        ASSERT_TRUE(copier.add(store, static_cast<std::uint64_t>(offset),
+                               static_cast<std::uint64_t>(size)));
+        expected.insert(expected.end(), bytes.begin() + offset, bytes.begin() + offset + size);
+    }
+    ASSERT_TRUE(copier.finish());
+    Bytes copied(expected.size());
+    ASSERT_TRUE(destination->readExactly(0, copied));
+    EXPECT_TRUE(copied == expected);
+    EXPECT_EQ(*destination->sizeInBytes(), expected.size());
+}
+
+TEST_F(DataCopierBetweenFiles, ASourceThatEndsWithinARangeIsAFailure) {
+    const std::shared_ptr<FileStorage> source = newFile("source");
+    ASSERT_TRUE(source->write(0, randomBytes(5'000'000)));
+    const StorageSampleStore store(source, "");
+    const std::unique_ptr<FileStorage> destination = newFile("copy");
+    for (const std::uint64_t offset :
+         {1'000'000ull, 4'999'999ull, 9'000'000ull, ~0ull - 9'000'000}) {
+        DataCopier copier(*destination, 0);
+        Status copied = copier.add(store, offset, 8'000'000);
+        if (copied)
+            copied = copier.finish();
+        ASSERT_FALSE(copied) << offset;
+        EXPECT_EQ(copied.failure().kind, FailureKind::truncated) << copied.failure().message;
     }
 }
 
