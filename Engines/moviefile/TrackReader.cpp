@@ -114,9 +114,8 @@ EditList impliedEditList(const Track& track, std::int64_t statedDuration,
     const std::int64_t sum = media.duration();
     const std::int64_t late = media.samples.displayEnd() - media.samples.duration();
     // Some programs round durations down, others up.
-    const bool statesSum =
-        std::abs(timeline::subtractSaturating(statedDuration, inMovie(sum))) <= 1;
-    const bool believed = statedDuration > 0 && !(statesSum && late > 0);
+    const auto statesSum = [&] { return std::abs(statedDuration - inMovie(sum)) <= 1; };
+    const bool believed = statedDuration > 0 && !(late > 0 && statesSum());
     const std::int64_t shown =
         believed ? statedDuration : inMovie(timeline::addSaturating(sum, late));
     if (shown <= 0)
