@@ -29,8 +29,9 @@ Triple changed(const Triple& from, const LumaWeights& a, const LumaWeights& b) {
 
 /// Whole-number coefficients: greys stay grey, so chroma never depends on luma.
 struct Coefficients {
-    int lumaScale = 0, lumaFromU = 0, lumaFromV = 0, lumaOffset = 0;
-    int uFromU = 0, uFromV = 0, vFromU = 0, vFromV = 0;
+    std::int16_t lumaScale = 0, lumaFromU = 0, lumaFromV = 0;
+    std::int16_t uFromU = 0, uFromV = 0, vFromU = 0, vFromV = 0;
+    int lumaOffset = 0;
     bool mixes = false;
 };
 
@@ -40,7 +41,9 @@ Coefficients coefficientsOf(const PlanarColorChange& change) {
     const double fromLuma = change.fromFull ? 255 : 219, fromChroma = change.fromFull ? 255 : 224;
     const double toLuma = change.toFull ? 255 : 219, toChroma = change.toFull ? 255 : 224;
     const Triple u = changed({0, 1, 0}, from, to), v = changed({0, 0, 1}, from, to);
-    const auto fixed = [](double value) { return int(std::lround(value * (1 << kFractionBits))); };
+    const auto fixed = [](double value) {
+        return static_cast<std::int16_t>(std::lround(value * (1 << kFractionBits)));
+    };
     Coefficients c;
     c.lumaScale = fixed(toLuma / fromLuma);
     c.lumaFromU = fixed(u[0] * toLuma / fromChroma);
@@ -50,28 +53,42 @@ Coefficients coefficientsOf(const PlanarColorChange& change) {
     c.vFromU = fixed(u[2] * toChroma / fromChroma);
     c.vFromV = fixed(v[2] * toChroma / fromChroma);
     const double black = (change.toFull ? 0 : 16) - (change.fromFull ? 0 : 16) * toLuma / fromLuma;
-    c.lumaOffset = fixed(black) + kHalf;
+    c.lumaOffset = int(std::lround(black * (1 << kFractionBits))) + kHalf;
     c.mixes = c.lumaFromU != 0 || c.lumaFromV != 0 || c.uFromV != 0 || c.vFromU != 0;
     return c;
 }
 
+// The arithmetic of the loops is that of vector instructions: products of 16 bits, and limits that
+// are compared in 16 bits, where the sums of samples always fit.
+
 std::uint8_t clipped(int value) {
-    return static_cast<std::uint8_t>(std::clamp(value, 0, 255));
+    const auto sample = static_cast<std::int16_t>(value);
+    const std::int16_t atLeast = sample > 0 ? sample : std::int16_t(0);
+    return static_cast<std::uint8_t>(atLeast < 255 ? atLeast : std::int16_t(255));
 }
 
-void changeChroma(const VideoFrame& source, VideoFrame& target, const Coefficients& c, int width,
-                  int height) {
+void changeChroma(const VideoFrame& source, VideoFrame& target, const Coefficients& coefficients,
+                  int width, int height) {
     constexpr int kOffset = (128 << kFractionBits) + kHalf;
+    const Coefficients c = coefficients;
     for (int y = 0; y < height; ++y) {
         const std::uint8_t* u = source.row(1, y);
         const std::uint8_t* v = source.row(2, y);
         std::uint8_t* toU = target.writableRow(1, y);
         std::uint8_t* toV = target.writableRow(2, y);
         for (int x = 0; x < width; ++x) {
-            const int du = u[x] - 128, dv = v[x] - 128;
+            const auto du = static_cast<std::int16_t>(u[x] - 128);
+            const auto dv = static_cast<std::int16_t>(v[x] - 128);
             toU[x] = clipped((c.uFromU * du + c.uFromV * dv + kOffset) >> kFractionBits);
             toV[x] = clipped((c.vFromU * du + c.vFromV * dv + kOffset) >> kFractionBits);
         }
+    }
+}
+
+void changeLumaRow(const std::uint8_t* from, std::uint8_t* to, int width, std::int16_t scale,
+                   const int* added) {
+    for (int x = 0; x < width; ++x) {
+        to[x] = clipped((scale * std::int16_t(from[x]) + added[x]) >> kFractionBits);
     }
 }
 
@@ -114,12 +131,8 @@ Expected<VideoFrame> withChangedColors(const VideoFrame& source, const PlanarCol
             shareRow = y >> shiftY;
             chromaShare(source, c, shareRow, chromaWidth, shiftX, share);
         }
-        const std::uint8_t* from = source.row(0, y);
-        std::uint8_t* to = target.writableRow(0, y);
-        const int* added = share.data();
-        for (int x = 0; x < source.width(); ++x) {
-            to[x] = clipped((c.lumaScale * from[x] + added[x]) >> kFractionBits);
-        }
+        changeLumaRow(source.row(0, y), target.writableRow(0, y), source.width(), c.lumaScale,
+                      share.data());
     }
     return made;
 }
