@@ -67,6 +67,7 @@ constexpr auto kVideoCodecs = std::to_array<VideoCodecEntry>({
     {fourCode("h261"), AV_CODEC_ID_H261, QualityScale::quantizer, 31, 2, k420},
     {fourCode("dvc "), AV_CODEC_ID_DVVIDEO, QualityScale::none, 0, 0, k411},
     {fourCode("dvcp"), AV_CODEC_ID_DVVIDEO, QualityScale::none, 0, 0, kDvPal},
+    {fourCode("dvpp"), AV_CODEC_ID_DVVIDEO, QualityScale::none, 0, 0, k411},
     {fourCode("dv5n"), AV_CODEC_ID_DVVIDEO, QualityScale::none, 0, 0, k422},
     {fourCode("dv5p"), AV_CODEC_ID_DVVIDEO, QualityScale::none, 0, 0, k422},
     {fourCode("m1v "), AV_CODEC_ID_MPEG1VIDEO, QualityScale::quantizer, 31, 2, k420},

@@ -238,9 +238,15 @@ void setRate(AVCodecContext& context, const VideoEncoderSettings& settings) {
 void setX264(AVCodecContext& context, const VideoEncoderSettings& settings,
              const VideoCodecEntry& entry) {
     setOption(context, "preset", "medium");
-    // How much better key frames are than the others: 1 is no better, the usual is 0.71.
-    context.i_quant_factor =
-        static_cast<float>(0.45 + 0.52 * std::clamp(settings.temporalQuality, 0, 1024) / 1024.0);
+    // How much better key frames are than the others: 1 is no better, the usual is 0.71. One
+    // encoder wants the ratio of the quantisers, the other its inverse.
+    const double ratio = 0.45 + 0.52 * std::clamp(settings.temporalQuality, 0, 1024) / 1024.0;
+    const bool isHevc = entry.id == AV_CODEC_ID_HEVC;
+    context.i_quant_factor = static_cast<float>(isHevc ? 1 / ratio : ratio);
+    if (isHevc) {
+        // Open groups of pictures would put key frames further apart than asked.
+        setOption(context, "x265-params", "log-level=none:open-gop=0");
+    }
     if (settings.bytesPerSecond > 0) {
         setRate(context, settings);
         return;
@@ -248,9 +254,6 @@ void setX264(AVCodecContext& context, const VideoEncoderSettings& settings,
     setOption(context, "crf", std::to_string(mappedQuality(entry, settings.spatialQuality)));
     if (settings.spatialQuality >= kQualityLossless && entry.id == AV_CODEC_ID_H264) {
         setOption(context, "qp", "0");
-    }
-    if (entry.id == AV_CODEC_ID_HEVC) {
-        setOption(context, "x265-params", "log-level=none");
     }
 }
 
@@ -322,9 +325,6 @@ int setQuality(AVCodecContext& context, const VideoEncoderSettings& settings,
         int(std::lround(mappedQuality(entry, settings.spatialQuality) * FF_QP2LAMBDA));
     context.flags |= AV_CODEC_FLAG_QSCALE;
     context.global_quality = lambda;
-    // Difference frames get the same quantiser at full temporal quality, a coarser one below.
-    context.i_quant_factor =
-        -static_cast<float>(0.6 + 0.4 * std::clamp(settings.temporalQuality, 0, 1024) / 1024.0);
     return lambda;
 }
 

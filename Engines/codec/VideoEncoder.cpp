@@ -47,6 +47,8 @@ std::string_view displayName(std::uint32_t type) {
             return "DV/DVCPRO - NTSC";
         case fourCode("dvcp"):
             return "DV - PAL";
+        case fourCode("dvpp"):
+            return "DVCPRO - PAL";
         default:
             return "";
     }

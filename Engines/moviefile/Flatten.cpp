@@ -262,6 +262,8 @@ Status flattenInto(Movie& movie, Storage& destination, const FlattenOptions& opt
     const bool sharing = plan->first.store && canShareExtents(*plan->first.store, destination);
     if (Status emptied = destination.truncate(0); !emptied)
         return emptied;
+    if (Status written = destination.write(0, options.fileType); !written)
+        return written;
     const Expected<std::uint64_t> head = prepareToAppend(destination);
     if (!head)
         return head.failure();

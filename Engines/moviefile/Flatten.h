@@ -11,8 +11,10 @@
 //     Status flattened = flattenMovie(movie, "/films/copy.mov", options);
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "Engines/moviefile/MovieWriter.h"
 #include "Engines/moviefile/Storage.h"
@@ -27,6 +29,8 @@ struct FlattenOptions {
     /// False: one track's data behind the other's.
     bool interleave = true;
     Compression compression = Compression::asItWas;
+    /// A whole 'ftyp' atom to begin with; empty: that of a QuickTime movie.
+    std::vector<std::byte> fileType = {};
     /// Called on the caller's thread with the part that is done, from 0 to 1 and never less than
     /// before; false stops with `cancelled`.
     std::function<bool(double fraction)> progress;

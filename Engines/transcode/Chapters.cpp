@@ -1,9 +1,10 @@
 #include "Engines/transcode/Chapters.h"
 
 #include <algorithm>
-#include <cstring>
+#include <optional>
 
 #include "Engines/codec/ByteOrder.h"
+#include "Engines/moviefile/MovieText.h"
 #include "Engines/transcode/EditMap.h"
 
 namespace TWQuickTime::transcode {
@@ -15,6 +16,7 @@ namespace {
 /// More entries than anyone reads; a hostile table stops here.
 constexpr std::uint32_t kMostChapters = 10000;
 constexpr std::int64_t kListUnitsPerSecond = 10'000'000;
+constexpr std::uint32_t kTextEncodingRoman = 0;
 constexpr std::uint32_t kTextEncodingUtf8 = 0x100;
 
 struct Mark {
@@ -22,52 +24,36 @@ struct Mark {
     std::string title;
 };
 
-void appendUtf8(std::string& text, std::uint32_t code) {
-    if (code < 0x80) {
-        text += static_cast<char>(code);
-    } else if (code < 0x800) {
-        text += static_cast<char>(0xC0 | code >> 6);
-        text += static_cast<char>(0x80 | (code & 0x3F));
-    } else if (code < 0x10000) {
-        text += static_cast<char>(0xE0 | code >> 12);
-        text += static_cast<char>(0x80 | (code >> 6 & 0x3F));
-        text += static_cast<char>(0x80 | (code & 0x3F));
-    } else {
-        text += static_cast<char>(0xF0 | code >> 18);
-        text += static_cast<char>(0x80 | (code >> 12 & 0x3F));
-        text += static_cast<char>(0x80 | (code >> 6 & 0x3F));
-        text += static_cast<char>(0x80 | (code & 0x3F));
-    }
-}
-
-/// Big-endian UTF-16 without its mark; halves of pairs that stand alone are left out.
-std::string fromUtf16(codec::Bytes bytes) {
-    std::string text;
-    for (std::size_t i = 0; i + 2 <= bytes.size(); i += 2) {
-        const std::uint32_t unit = codec::u16At(bytes, i);
-        const bool first = unit >= 0xD800 && unit < 0xDC00;
-        if (first && i + 4 <= bytes.size() && (codec::u16At(bytes, i + 2) & 0xFC00) == 0xDC00) {
-            appendUtf8(text,
-                       0x10000 + ((unit & 0x3FF) << 10) + (codec::u16At(bytes, i + 2) & 0x3FF));
-            i += 2;
-        } else if ((unit & 0xF800) != 0xD800) {
-            appendUtf8(text, unit);
+/// Of the atom behind a text, which names its encoding; none when there is no such atom.
+std::optional<std::uint32_t> encodingIn(codec::Bytes atoms) {
+    while (atoms.size() >= 8) {
+        const std::size_t size = codec::u32At(atoms, 0);
+        if (size < 8 || size > atoms.size()) {
+            break;
         }
+        if (codec::u32At(atoms, 4) == fourCode("encd") && size >= 12) {
+            return codec::u32At(atoms, 8);
+        }
+        atoms = atoms.subspan(size);
     }
-    return text;
+    return std::nullopt;
 }
 
-/// The text of a text sample: its length, the text, and atoms that do not matter here.
+/// The text of a text sample: its length, the text, and atoms.
 std::string titleIn(codec::Bytes sample) {
     if (sample.size() < 2) {
         return {};
     }
-    const codec::Bytes text =
-        sample.subspan(2, std::min<std::size_t>(codec::u16At(sample, 0), sample.size() - 2));
+    const std::size_t length = std::min<std::size_t>(codec::u16At(sample, 0), sample.size() - 2);
+    const codec::Bytes text = sample.subspan(2, length);
     if (text.size() >= 2 && codec::u16At(text, 0) == 0xFEFF) {
-        return fromUtf16(text.subspan(2));
+        return moviefile::fromUtf16(text.subspan(2));
     }
-    return {reinterpret_cast<const char*>(text.data()), text.size()};
+    std::string bytes(reinterpret_cast<const char*>(text.data()), text.size());
+    const auto encoding = encodingIn(sample.subspan(2 + length));
+    // Many writers of UTF-8 do not say so; what could be no UTF-8 is from before it.
+    const bool classic = encoding ? *encoding == kTextEncodingRoman : !moviefile::isUtf8(bytes);
+    return classic ? moviefile::fromClassicRoman(bytes) : bytes;
 }
 
 const timeline::Track* chapterTrack(const timeline::Movie& movie) {

@@ -23,4 +23,9 @@ codec::Rational exactFrameRate(std::int32_t fixedRate) {
     return {static_cast<std::int32_t>(std::lround(rate * 1000)), 1000};
 }
 
+bool isMovieFile(FileKind kind) {
+    return kind == FileKind::quickTime || kind == FileKind::mpeg4 || kind == FileKind::m4v ||
+           kind == FileKind::threeGpp || kind == FileKind::m4a;
+}
+
 }  // namespace TWQuickTime::transcode

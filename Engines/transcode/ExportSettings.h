@@ -58,7 +58,13 @@ struct ExportSettings {
     /// None: no pictures (sound) are written, whatever the movie has.
     std::optional<VideoSettings> video;
     std::optional<SoundSettings> sound;
+    /// Of files that are written as movies: the movie atom stands in front of the media data, so
+    /// that playing over a network can begin before all of it is there.
+    bool movieInFront = false;
 };
+
+/// Whether files of that kind are movies in our own writer's sense, with a movie atom.
+bool isMovieFile(FileKind kind);
 
 /// A rate as a ratio; the NTSC rates as the thousands over 1001 that are meant by 29.97 and the
 /// like, also where they are stored times 100 (2997).

@@ -8,6 +8,7 @@
 
 #include "Engines/moviefile/ReplacementFile.h"
 #include "Engines/transcode/BoundedQueue.h"
+#include "Engines/transcode/ExportCommit.h"
 #include "Engines/transcode/Passengers.h"
 #include "Engines/transcode/SinkFactory.h"
 #include "Engines/transcode/SoundProducer.h"
@@ -274,7 +275,7 @@ Status exportMovie(const ExportRequest& request) {
     if (auto status = (*sink)->finish(); !status) {
         return status;
     }
-    return file->commit();
+    return commitExport(*file, request.path, settings, request.progress);
 }
 
 }  // namespace TWQuickTime::transcode

@@ -51,6 +51,7 @@ constexpr KnownLeaf kLeaves[] = {
     {fourCode("envi"), 1, 0},
     {fourCode("wdth"), 4, 0},
     {fourCode("hegt"), 4, 0},
+    {fourCode("fast"), 1, 0},
 };
 
 std::string textOf(std::uint32_t type) {
@@ -245,6 +246,9 @@ std::vector<std::byte> leafBytes(std::uint32_t type, const ExportSettings& setti
         case fourCode("envi"):
             writer.u8(settings.video ? 1 : 0);
             break;
+        case fourCode("fast"):
+            writer.u8(settings.movieInFront ? 1 : 0);
+            break;
         case fourCode("wdth"):
             writer.u32(std::uint32_t(video.width) << 16);
             break;
@@ -258,6 +262,9 @@ std::vector<std::byte> leafBytes(std::uint32_t type, const ExportSettings& setti
 /// Leaves of pictures (sound) only where the settings have some.
 bool applies(const KnownLeaf& known, const ExportSettings& settings) {
     const bool size = known.type == fourCode("wdth") || known.type == fourCode("hegt");
+    if (known.type == fourCode("fast")) {
+        return isMovieFile(settings.kind);
+    }
     if (known.group == fourCode("vide") || size) {
         return settings.video.has_value();
     }
@@ -343,6 +350,9 @@ Expected<ExportSettings> settingsIn(std::span<const std::byte> container,
         const auto enabled = leaf(fourCode("enso"));
         const bool on = enabled.empty() ? settings.sound.has_value() : enabled[0] != std::byte{0};
         settings.sound = on ? std::optional(sound) : std::nullopt;
+    }
+    if (const auto inFront = leaf(fourCode("fast")); !inFront.empty()) {
+        settings.movieInFront = inFront[0] != std::byte{0};
     }
     return settings;
 }

@@ -75,9 +75,7 @@ Expected<std::unique_ptr<SoundProducer>> SoundProducer::open(
         encoding.bitsPerSample = 16;
     }
     encoding.bytesPerSecond = settings.bytesPerSecond;
-    const bool own = kind == FileKind::quickTime || kind == FileKind::mpeg4 ||
-                     kind == FileKind::m4v || kind == FileKind::threeGpp || kind == FileKind::m4a;
-    encoding.layout = own ? codec::StreamLayout::movie : codec::StreamLayout::foreign;
+    encoding.layout = isMovieFile(kind) ? codec::StreamLayout::movie : codec::StreamLayout::foreign;
     auto encoder = codec::SoundEncoder::open(encoding);
     if (!encoder && settings.sampleRate <= 0) {
         // The movie's own rate was not asked for by name, so the nearest usual one will do.

@@ -11,6 +11,7 @@
 #include "Engines/codec/VideoDecoder.h"
 #include "Engines/codec/VideoEncoder.h"
 #include "Engines/moviefile/ReplacementFile.h"
+#include "Engines/transcode/ExportCommit.h"
 #include "Engines/transcode/SinkFactory.h"
 
 namespace TWQuickTime::transcode {
@@ -25,6 +26,7 @@ using result::Status;
 /// Coded samples wait here until all streams have begun, because the file's header tells of them.
 struct SourceExport::State {
     ExportSettings settings;
+    std::string path;
     std::optional<moviefile::ReplacementFile> file;
     std::unique_ptr<MediaSink> sink;
 
@@ -74,6 +76,7 @@ Expected<std::unique_ptr<SourceExport>> SourceExport::create(const ExportSetting
     }
     auto state = std::make_unique<State>();
     state->settings = settings;
+    state->path = path;
     state->expected = streams;
     auto file = moviefile::ReplacementFile::create(path);
     if (!file) {
@@ -114,9 +117,7 @@ Status SourceExport::State::openVideo(const SourceSample& sample, const VideoFra
     encoding.temporalQuality = video.temporalQuality;
     encoding.keyFrameEvery = video.keyFrameEvery;
     encoding.bytesPerSecond = video.bytesPerSecond;
-    const bool own = settings.kind == FileKind::quickTime || settings.kind == FileKind::mpeg4 ||
-                     settings.kind == FileKind::m4v || settings.kind == FileKind::threeGpp;
-    encoding.layout = own ? codec::StreamLayout::movie
+    encoding.layout = isMovieFile(settings.kind) ? codec::StreamLayout::movie
                       : settings.kind == FileKind::matroska || settings.kind == FileKind::webm
                           ? codec::StreamLayout::foreign
                           : codec::StreamLayout::inBand;
@@ -189,10 +190,8 @@ Status SourceExport::State::openSound(const codec::SoundBlock& first) {
         int(std::lround(sound.sampleRate > 0 ? sound.sampleRate : first.sampleRate));
     encoding.bitsPerSample = sound.bitsPerSample;
     encoding.bytesPerSecond = sound.bytesPerSecond;
-    const bool own = settings.kind == FileKind::quickTime || settings.kind == FileKind::mpeg4 ||
-                     settings.kind == FileKind::m4v || settings.kind == FileKind::threeGpp ||
-                     settings.kind == FileKind::m4a;
-    encoding.layout = own ? codec::StreamLayout::movie : codec::StreamLayout::foreign;
+    encoding.layout =
+        isMovieFile(settings.kind) ? codec::StreamLayout::movie : codec::StreamLayout::foreign;
     auto encoder = codec::SoundEncoder::open(encoding);
     if (!encoder) {
         return encoder.failure();
@@ -337,7 +336,7 @@ Status SourceExport::finish() {
     if (auto status = state.sink->finish(); !status) {
         return status;
     }
-    return state.file->commit();
+    return commitExport(*state.file, state.path, state.settings, {});
 }
 
 }  // namespace TWQuickTime::transcode

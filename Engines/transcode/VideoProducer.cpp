@@ -75,6 +75,17 @@ FixedVideo dvFormat(std::uint32_t type) {
                                     : FixedVideo{720, 576, {25, 1}};
 }
 
+/// Tags for pictures that were composed as RGB; the conversion from RGB goes by them. Composing
+/// changes neither primaries nor transfer, so those of the main track hold where it states them.
+codec::ColorTags composedColor(const codec::ColorTags& main, int width, int height) {
+    constexpr int unspecified = 2, sameAsRgb = 0;
+    if (main.matrix != unspecified && main.matrix != sameAsRgb) {
+        return {main.primaries, main.transfer, main.matrix, codec::ColorRange::video};
+    }
+    const bool large = height > 576 || width > 1024;
+    return {large ? 1 : 6, 1, large ? 1 : 6, codec::ColorRange::video};
+}
+
 }  // namespace
 
 std::optional<codec::CleanAperture> VideoProducer::cleanAperture() const {
@@ -202,9 +213,10 @@ Expected<std::unique_ptr<VideoProducer>> VideoProducer::open(
     encoding.color = first->color;
     encoding.sourceFormat = first->format();
     if (first->format().isRgb()) {
-        // What the conversion will use is written down.
-        const bool large = encoding.height > 576 || encoding.width > 1024;
-        encoding.color = {large ? 1 : 6, 1, large ? 1 : 6, codec::ColorRange::video};
+        // A DV stream has no place for tags.
+        const codec::ColorTags tags =
+            isDv ? codec::ColorTags() : producer->renderer_->mainTrack().description().color;
+        encoding.color = composedColor(tags, encoding.width, encoding.height);
     }
     const bool unscaled = producer->renderer_->isDirect() && first->height() == encoding.height &&
                           first->width() == encoding.width;

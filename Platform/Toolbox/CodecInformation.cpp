@@ -6,7 +6,7 @@
 
 #include "Components.h"
 #include "Engines/codec/CodecNames.h"
-#include "Private/ClassicRoman.h"
+#include "Engines/moviefile/MovieText.h"
 #include "Private/ToolboxCall.h"
 
 namespace TWQuickTime {
@@ -96,7 +96,7 @@ NSString stringWithPascalString(const std::uint8_t* text, NSStringEncoding encod
         return nullptr;
     const std::string_view bytes(reinterpret_cast<const char*>(text + 1), text[0]);
     if (encoding == NSClassicRomanStringEncoding)
-        return stringWithClassicRoman(bytes);
+        return NSString(moviefile::fromClassicRoman(bytes));
     if (encoding != NSUTF8StringEncoding)
         return nullptr;
     const NSString string(bytes);

@@ -63,6 +63,8 @@ constexpr FieldPlace kPlaces[] = {
      ValueKind::unsignedFixed},
     {"sampleSize", "Sample size", "8, 16, 24 or 32 bits", fourCC("ssss"), 0, 2, ValueKind::number},
     {"channels", "Channels", "0: as the movie", fourCC("sscc"), 0, 2, ValueKind::number},
+    {"movieInFront", "Fast start", "yes: the movie atom in front", fourCC("fast"), 0, 1,
+     ValueKind::flag},
     {"lock", "Locked", "kept for other exporters", fourCC("lock"), 0, 1, ValueKind::number},
     {"dvVideo", "DV format", "kept for other exporters", fourCC("dvcv"), 0, 1, ValueKind::number},
 };

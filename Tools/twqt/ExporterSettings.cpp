@@ -87,6 +87,7 @@ void addExporterSettingsOptions(CLI::App& command, ExporterSettingsOptions& opti
     command.add_option("--channels", options.channels, "of sound")->check(CLI::Range(0, 64));
     command.add_option("--sample-size", options.sampleSize, "bits of a sound sample");
     command.add_flag("--no-audio", options.noAudio, "write no sound");
+    command.add_flag("--fast-start", options.fastStart, "put the movie atom in front of the data");
 }
 
 std::vector<std::byte> makeExporterSettings(const ExporterSettingsOptions& options) {
@@ -120,6 +121,8 @@ std::vector<std::byte> makeExporterSettings(const ExporterSettingsOptions& optio
         set(dialog, "sampleSize", std::to_string(*options.sampleSize), "--sample-size");
     if (options.noAudio)
         set(dialog, "sound", "no", "--no-audio");
+    if (options.fastStart)
+        set(dialog, "movieInFront", "yes", "--fast-start");
     exporter.take(dialog.settings());
     return exporter.settings();
 }
@@ -127,7 +130,8 @@ std::vector<std::byte> makeExporterSettings(const ExporterSettingsOptions& optio
 bool changesAnything(const ExporterSettingsOptions& options) {
     return options.videoCodec || options.quality || options.dataRate || options.keyFrameEvery ||
            options.size || options.frameRate || options.noVideo || options.audioCodec ||
-           options.sampleRate || options.channels || options.sampleSize || options.noAudio;
+           options.sampleRate || options.channels || options.sampleSize || options.noAudio ||
+           options.fastStart;
 }
 
 NSData readSettingsFile(const std::string& path) {

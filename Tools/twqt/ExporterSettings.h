@@ -28,6 +28,7 @@ struct ExporterSettingsOptions {
     std::optional<std::uint32_t> channels;
     std::optional<std::uint32_t> sampleSize;
     bool noAudio = false;
+    bool fastStart = false;
 };
 
 void addExporterSettingsOptions(CLI::App& command, ExporterSettingsOptions& options);

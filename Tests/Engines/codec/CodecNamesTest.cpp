@@ -6,6 +6,7 @@
 #include <set>
 #include <string>
 
+#include "Engines/codec/CodecTable.h"
 #include "RunProgram.h"
 
 namespace TWQuickTime::codec {
@@ -74,6 +75,19 @@ TEST(CodecNames, WhatExistsAgreesWithTheInstalledProgramsLists) {
                 EXPECT_EQ(encoders ? encoderExists(row) : decoderExists(row), expected) << row.name;
             }
         }
+    }
+}
+
+TEST(CodecNames, CodecsAreSaidToHaveAnEncoderExactlyWhereTheEncodersTableKnowsThem) {
+    for (const CodecName& row : videoCodecNames()) {
+        const auto types = videoEncoderTypes();
+        EXPECT_EQ(!row.encoders.empty(), std::ranges::find(types, row.code) != types.end())
+            << row.name;
+    }
+    for (const CodecName& row : soundCodecNames()) {
+        const auto types = soundEncoderTypes();
+        EXPECT_EQ(!row.encoders.empty(), std::ranges::find(types, row.code) != types.end())
+            << row.name;
     }
 }
 

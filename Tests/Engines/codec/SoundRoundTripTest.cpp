@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <string>
 
 #include "Engines/codec/CodecTable.h"
@@ -159,6 +160,40 @@ TEST(SoundEncoder, DescribesRatesAbove65535HertzInVersionTwo) {
     EXPECT_EQ(description->sampleRate, 96000);
     EXPECT_EQ(description->bitsPerSample, 24);
     EXPECT_EQ(description->channels, 2);
+}
+
+TEST(SoundEncoder, StopsSoundBeyondFullScaleAtItAndRoundsToTheNearestStep) {
+    SoundEncoderSettings settings;
+    settings.codec = fourCode("sowt");
+    settings.sampleRate = 48000;
+    settings.channels = 1;
+    const float step = 1.0f / 32768;
+    // More than one vector register, and a rest.
+    std::vector<float> given, expected;
+    for (int i = 0; i < 5; ++i) {
+        for (const auto& [sample, whole] : {std::pair{2.0f, 32767},
+                                            {-2.0f, -32768},
+                                            {1.0f, 32767},
+                                            {-1.0f, -32768},
+                                            {0.4f * step, 0},
+                                            {0.6f * step, 1},
+                                            {-0.6f * step, -1}}) {
+            given.push_back(sample);
+            expected.push_back(float(whole));
+        }
+    }
+    auto encoder = SoundEncoder::open(settings);
+    ASSERT_TRUE(encoder);
+    ASSERT_TRUE((*encoder)->encode(given));
+    ASSERT_TRUE((*encoder)->finish());
+    auto packet = (*encoder)->receive();
+    ASSERT_TRUE(packet && *packet);
+    ASSERT_EQ((*packet)->bytes.size(), given.size() * 2);
+    for (std::size_t i = 0; i < given.size(); ++i) {
+        std::int16_t coded = 0;
+        std::memcpy(&coded, (*packet)->bytes.data() + i * 2, 2);
+        EXPECT_EQ(float(coded), expected[i]) << i;
+    }
 }
 
 TEST(Resampler, KeepsLevelAndPitchFrom44100To48000Hertz) {

@@ -26,6 +26,7 @@ std::pair<int, int> sizeFor(std::uint32_t type) {
         case fourCode("dv5n"):
             return {720, 480};
         case fourCode("dvcp"):
+        case fourCode("dvpp"):
         case fourCode("dv5p"):
             return {720, 576};
         case fourCode("h261"):

@@ -42,6 +42,7 @@ Form formFor(std::uint32_t type) {
         case fourCode("dv5n"):
             return {"720x480", "30000/1001"};
         case fourCode("dvcp"):
+        case fourCode("dvpp"):
         case fourCode("dv5p"):
             return {"720x576", "25"};
         case fourCode("h261"):

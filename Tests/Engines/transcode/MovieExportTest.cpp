@@ -240,6 +240,29 @@ TEST_F(MovieExport, LeavesNothingBehindWhenTheEncoderRefuses) {
     EXPECT_EQ(filesIn(folder_.path()), 0u);
 }
 
+TEST_F(MovieExport, PutsTheMovieAtomInFrontWhereTheSettingsSaySo) {
+    struct Case {
+        FileKind kind;
+        const char* brand;
+    };
+    for (const Case& c : {Case{FileKind::quickTime, "qt  "}, Case{FileKind::mpeg4, "mp42"}}) {
+        for (const bool inFront : {false, true}) {
+            ExportSettings wanted = settings(c.kind, fourCode("avc1"), fourCode("mp4a"));
+            wanted.movieInFront = inFront;
+            const std::string path = folder_.file("a.mov");
+            const auto status = run(wanted, path);
+            ASSERT_TRUE(status) << status.failure().message;
+            std::ifstream file(path, std::ios::binary);
+            const std::string bytes((std::istreambuf_iterator<char>(file)), {});
+            EXPECT_EQ(bytes.substr(4, 8), std::string("ftyp") + c.brand);
+            ASSERT_NE(bytes.find("moov"), std::string::npos);
+            EXPECT_EQ(bytes.find("moov") < bytes.find("mdat"), inFront) << c.brand;
+            EXPECT_EQ(countFrames(path, "v:0"), 20);
+            EXPECT_GT(psnr(source_, path), 30);
+        }
+    }
+}
+
 TEST_F(MovieExport, RefusesAnEmptyRange) {
     const moviefile::OpenedMovie opened = open(source_);
     ExportRequest request;

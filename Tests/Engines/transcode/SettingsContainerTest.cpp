@@ -51,6 +51,7 @@ TEST(SettingsContainer, ReadsBackWhatItWrote) {
     settings.sound->sampleRate = 44100;
     settings.sound->channels = 1;
     settings.sound->bitsPerSample = 24;
+    settings.movieInFront = true;
     const auto read =
         settingsIn(containerOf(settings), family("MooV"), defaultSettings(family("MooV")));
     ASSERT_TRUE(read) << read.failure().message;
@@ -67,6 +68,15 @@ TEST(SettingsContainer, ReadsBackWhatItWrote) {
     EXPECT_EQ(read->sound->sampleRate, 44100);
     EXPECT_EQ(read->sound->channels, 1);
     EXPECT_EQ(read->sound->bitsPerSample, 24);
+    EXPECT_TRUE(read->movieInFront);
+}
+
+TEST(SettingsContainer, PlacesTheMovieAtomBehindTheDataUnlessItSaysOtherwise) {
+    EXPECT_FALSE(defaultSettings(family("MooV")).movieInFront);
+    const auto read = settingsIn(containerWith(fourCode("fast"), {std::byte{1}}), family("MooV"),
+                                 defaultSettings(family("MooV")));
+    ASSERT_TRUE(read) << read.failure().message;
+    EXPECT_TRUE(read->movieInFront);
 }
 
 TEST(SettingsContainer, SaysNothingWhenItHasNoBytesOrNoChildren) {
