@@ -6,6 +6,8 @@
 
 extern "C" {
 #include <jpeglib.h>
+
+#include <jerror.h>
 }
 
 #include "Engines/image/ColorTransform.h"
@@ -33,11 +35,12 @@ struct Decoder {
             common->err->format_message(common, self->message);
             std::longjmp(self->onError, 1);
         };
-        // Warnings (a missing end, a bad code) leave the rest of the picture grey, as viewers show
-        // it.
+        // A bad code leaves a part of the picture grey, as viewers show it. Data that end before
+        // the picture does are an error: what is missing may be all of it.
         errors.emit_message = [](j_common_ptr common, int level) {
-            if (level < 0)
-                ++common->err->num_warnings;
+            const int code = common->err->msg_code;
+            if (level < 0 && (code == JWRN_HIT_MARKER || code == JWRN_JPEG_EOF))
+                common->err->error_exit(common);
         };
         errors.output_message = [](j_common_ptr) {};
         info.client_data = this;

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <functional>
 #include <vector>
 
@@ -12,6 +13,7 @@ extern "C" {
 
 #include "CollectedImage.h"
 #include "Engines/image/StillImage.h"
+#include "PeakMemory.h"
 #include "RunProgram.h"
 #include "TemporaryDirectory.h"
 
@@ -20,6 +22,7 @@ namespace {
 
 using test::collect;
 using test::CollectedImage;
+using TWQuickTime::test::PeakMemory;
 using TWQuickTime::test::runFfmpeg;
 using TWQuickTime::test::TemporaryDirectory;
 
@@ -90,21 +93,66 @@ TEST(JpegImage, DecodesBaselineProgressiveAndRestartedPictures) {
     }
 }
 
-TEST(JpegImage, DecodesAsAnIndependentDecoderDoes) {
+struct JpegKind {
+    const char* name;
+    int components;
+    J_COLOR_SPACE space;
+    std::function<void(jpeg_compress_struct&)> settings;
+    int tolerance = 6;  ///< halved chroma is interpolated in different ways
+};
+
+void sampleAllAlike(jpeg_compress_struct& info) {
+    for (int c = 0; c < info.num_components; ++c)
+        info.comp_info[c].h_samp_factor = info.comp_info[c].v_samp_factor = 1;
+}
+
+class EveryKindOfJpeg : public testing::TestWithParam<JpegKind> {};
+
+TEST_P(EveryKindOfJpeg, DecodesAsAnIndependentDecoderDoes) {
+    const JpegKind& kind = GetParam();
     TemporaryDirectory directory;
-    const std::string jpeg = directory.file("a.jpg");
-    const std::string raw = directory.file("a.argb");
-    runFfmpeg({"-f", "lavfi", "-i", "testsrc2=s=160x120:d=0.04", "-frames:v", "1", "-pix_fmt",
-               "yuvj444p", "-q:v", "2", jpeg});
+    const std::string jpeg = directory.file("a.jpg"), raw = directory.file("a.argb");
+    const auto bytes = makeJPEG(smooth(160, 120, kind.components), 160, 120, kind.components,
+                                kind.space, kind.settings);
+    std::ofstream(jpeg, std::ios::binary)
+        .write(reinterpret_cast<const char*>(bytes.data()), std::streamsize(bytes.size()));
     runFfmpeg({"-i", jpeg, "-sws_flags", "accurate_rnd+full_chroma_int+full_chroma_inp+bilinear",
                "-f", "rawvideo", "-pix_fmt", "argb", raw});
-    const auto bytes = test::readBytes(jpeg);
     const auto reference = test::readBytes(raw);
     const CollectedImage image = collect(openJPEG(bytes));
-    EXPECT_GT(test::psnr(image.pixels, {reinterpret_cast<const std::uint8_t*>(reference.data()),
-                                        reference.size()}),
-              40.0);
+    ASSERT_EQ(image.pixels.size(), reference.size());
+    for (std::size_t i = 0; i < reference.size(); ++i) {
+        if (i % 4 != 0) {
+            ASSERT_NEAR(int(image.pixels[i]), std::to_integer<int>(reference[i]), kind.tolerance)
+                << "byte " << i % 4 << " of pixel " << i / 4 % 160 << ", " << i / 640;
+        }
+    }
 }
+
+INSTANTIATE_TEST_SUITE_P(Jpeg, EveryKindOfJpeg,
+                         testing::Values(JpegKind{"baseline", 3, JCS_RGB, sampleAllAlike},
+                                         JpegKind{"halvedChroma", 3, JCS_RGB, {}, 12},
+                                         JpegKind{"progressive", 3, JCS_RGB,
+                                                  [](jpeg_compress_struct& settings) {
+                                                      sampleAllAlike(settings);
+                                                      jpeg_simple_progression(&settings);
+                                                  }},
+                                         JpegKind{"restartMarkers", 3, JCS_RGB,
+                                                  [](jpeg_compress_struct& settings) {
+                                                      sampleAllAlike(settings);
+                                                      settings.restart_interval = 3;
+                                                  }},
+                                         JpegKind{"grey", 1, JCS_GRAYSCALE, {}},
+                                         JpegKind{"inks", 4, JCS_CMYK,
+                                                  [](jpeg_compress_struct& settings) {
+                                                      jpeg_set_colorspace(&settings, JCS_CMYK);
+                                                  }},
+                                         JpegKind{"transformedInks", 4, JCS_CMYK,
+                                                  [](jpeg_compress_struct& settings) {
+                                                      jpeg_set_colorspace(&settings, JCS_YCCK);
+                                                      sampleAllAlike(settings);
+                                                  }}),
+                         [](const auto& named) { return std::string(named.param.name); });
 
 TEST(JpegImage, DecodesGreyToEqualColors) {
     const auto grey = smooth(33, 21, 1);
@@ -183,6 +231,70 @@ TEST(JpegImage, SurvivesAnyDamagedByte) {
             EXPECT_TRUE(drawn.ok() || !drawn.failure().message.empty());
         }
         bytes[i] = kept;
+    }
+}
+
+/// The offset of the frame header's payload: precision, height, width, number of components.
+std::size_t frameHeaderOf(const std::vector<std::byte>& jpeg) {
+    for (std::size_t i = 2; i + 10 < jpeg.size();) {
+        const int marker = std::to_integer<int>(jpeg[i + 1]);
+        if (marker == 0xC0 || marker == 0xC2)
+            return i + 4;
+        i += 2 + (std::to_integer<std::size_t>(jpeg[i + 2]) << 8 |
+                  std::to_integer<std::size_t>(jpeg[i + 3]));
+    }
+    ADD_FAILURE() << "no frame header";
+    return 0;
+}
+
+std::vector<std::byte> withStatedSize(std::vector<std::byte> jpeg, unsigned width,
+                                      unsigned height) {
+    const std::size_t header = frameHeaderOf(jpeg);
+    jpeg[header + 1] = std::byte(height >> 8);
+    jpeg[header + 2] = std::byte(height & 255);
+    jpeg[header + 3] = std::byte(width >> 8);
+    jpeg[header + 4] = std::byte(width & 255);
+    return jpeg;
+}
+
+/// Counts rows and keeps none.
+class CountedRows : public RowConsumer {
+  public:
+    result::Status begin(int, int, AlphaKind) override { return {}; }
+    result::Status row(std::uint8_t*) override {
+        ++count;
+        return {};
+    }
+    int count = 0;
+};
+
+TEST(JpegImage, ABombOfManyPixelsFailsWithoutTheMemoryForThem) {
+    for (const bool progressive : {false, true}) {
+        const auto small =
+            makeJPEG(smooth(64, 64, 3), 64, 64, 3, JCS_RGB, [&](jpeg_compress_struct& info) {
+                if (progressive)
+                    jpeg_simple_progression(&info);
+            });
+        const auto bomb = withStatedSize(small, 65500, 65500);
+        const PeakMemory memory;
+        const auto image = openJPEG(bomb);
+        ASSERT_TRUE(image);
+        CountedRows rows;
+        EXPECT_FALSE((*image)->draw(rows, {64, 64}, {}).ok()) << progressive;
+        EXPECT_LT(rows.count, 100) << progressive;
+        // Some rows of 65500 pixels with their coefficients.
+        EXPECT_LT(memory.grownBytes(), std::size_t(64) << 20) << progressive;
+    }
+}
+
+TEST(JpegImage, RefusesSizesOfZeroAndCountsThatContradictTheScans) {
+    const auto jpeg = makeJPEG(smooth(32, 32, 3), 32, 32, 3, JCS_RGB);
+    EXPECT_FALSE(openJPEG(withStatedSize(jpeg, 0, 32)).ok());
+    EXPECT_FALSE(openJPEG(withStatedSize(jpeg, 65535, 65535)).ok());
+    for (int components : {0, 1, 2, 4, 255}) {
+        auto damaged = jpeg;
+        damaged[frameHeaderOf(jpeg) + 5] = std::byte(components);
+        EXPECT_FALSE(openJPEG(damaged).ok()) << components;
     }
 }
 
