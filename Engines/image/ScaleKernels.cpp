@@ -173,8 +173,38 @@ TWQT_AVX2 std::size_t combineWithAvx(const ColumnPairs& columns, const std::uint
     return x;
 }
 
+/// Pixels between two neighbours each: what the weights of a single pair come to, as these sum
+/// to 1.
+TWQT_AVX2 std::size_t interpolateWithAvx(const ColumnPairs& columns, const std::uint16_t* sums,
+                                         std::uint16_t* combined) {
+    // The right neighbour's weight for each channel of pixels 0 2 and 1 3.
+    const __m256i order = _mm256_setr_epi8(2, 3, 2, 3, 2, 3, 2, 3, 10, 11, 10, 11, 10, 11, 10, 11,
+                                           6, 7, 6, 7, 6, 7, 6, 7, 14, 15, 14, 15, 14, 15, 14, 15);
+    const std::size_t width = columns.first.size();
+    std::size_t x = 0;
+    for (; x + 4 <= width; x += 4) {
+        const auto neighbours = [&](std::size_t i) {
+            return reinterpret_cast<const __m128i*>(sums + std::size_t(columns.first[x + i]) * 4);
+        };
+        const __m256i front = _mm256_loadu2_m128i(neighbours(1), neighbours(0));
+        const __m256i back = _mm256_loadu2_m128i(neighbours(3), neighbours(2));
+        const __m256i left = _mm256_unpacklo_epi64(front, back);
+        const __m256i right = _mm256_unpackhi_epi64(front, back);
+        const __m256i weights = _mm256_broadcastsi128_si256(
+            _mm_loadu_si128(reinterpret_cast<const __m128i*>(&columns.weights[x * 2])));
+        const __m256i factors = _mm256_slli_epi16(_mm256_shuffle_epi8(weights, order), 1);
+        const __m256i between =
+            _mm256_add_epi16(left, _mm256_mulhrs_epi16(_mm256_sub_epi16(right, left), factors));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(combined + x * 4),
+                            _mm256_permute4x64_epi64(between, 0b11'01'10'00));
+    }
+    return x;
+}
+
 TWQT_AVX2 std::size_t combineWithAvx(const ColumnPairs& columns, const std::uint16_t* sums,
                                      std::uint16_t* combined) {
+    if (columns.pairs == 1)
+        return interpolateWithAvx(columns, sums, combined);
     const std::size_t width = columns.first.size();
     std::size_t x = 0;
     for (; x + 2 <= width; x += 2) {
@@ -186,6 +216,13 @@ TWQT_AVX2 std::size_t combineWithAvx(const ColumnPairs& columns, const std::uint
     return x;
 }
 
+/// round(a × b / 2^15), which only wider registers have an instruction for.
+__m128i multiplyRounded(__m128i a, __m128i b) {
+    const __m128i high = _mm_mulhi_epi16(a, b), low = _mm_mullo_epi16(a, b);
+    const __m128i half = _mm_and_si128(_mm_srli_epi16(low, 14), _mm_set1_epi16(1));
+    return _mm_add_epi16(_mm_add_epi16(high, high), _mm_add_epi16(_mm_srli_epi16(low, 15), half));
+}
+
 std::size_t blendWithSse(const std::uint16_t* upper, const std::uint16_t* lower, int lowerWeight,
                          std::uint8_t* pixels, std::size_t count) {
     const __m128i factor = _mm_set1_epi16(static_cast<std::int16_t>(lowerWeight << 1));
@@ -193,8 +230,8 @@ std::size_t blendWithSse(const std::uint16_t* upper, const std::uint16_t* lower,
     const auto blendEight = [&](std::size_t i) {
         const __m128i above = _mm_loadu_si128(reinterpret_cast<const __m128i*>(upper + i));
         const __m128i below = _mm_loadu_si128(reinterpret_cast<const __m128i*>(lower + i));
-        const __m128i share = _mm_mulhi_epi16(_mm_sub_epi16(below, above), factor);
-        const __m128i sum = _mm_add_epi16(above, _mm_add_epi16(share, share));
+        const __m128i share = multiplyRounded(_mm_sub_epi16(below, above), factor);
+        const __m128i sum = _mm_add_epi16(above, share);
         return _mm_srai_epi16(_mm_add_epi16(sum, half), kSumFractionBits);
     };
     std::size_t i = 0;
@@ -208,10 +245,10 @@ TWQT_AVX2 inline __m256i blendSixteen(const std::uint16_t* upper, const std::uin
                                       __m256i factor) {
     const __m256i above = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(upper));
     const __m256i below = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(lower));
-    const __m256i share = _mm256_mulhi_epi16(_mm256_sub_epi16(below, above), factor);
-    const __m256i sum = _mm256_add_epi16(above, _mm256_add_epi16(share, share));
-    return _mm256_srai_epi16(_mm256_add_epi16(sum, _mm256_set1_epi16(1 << (kSumFractionBits - 1))),
-                             kSumFractionBits);
+    const __m256i share = _mm256_mulhrs_epi16(_mm256_sub_epi16(below, above), factor);
+    // Half a unit and the shift by seven bits in one.
+    return _mm256_mulhrs_epi16(_mm256_add_epi16(above, share),
+                               _mm256_set1_epi16(1 << (15 - kSumFractionBits)));
 }
 
 TWQT_AVX2 std::size_t blendWithAvx(const std::uint16_t* upper, const std::uint16_t* lower,
@@ -279,9 +316,10 @@ void blendRows(const std::uint16_t* upper, const std::uint16_t* lower, int lower
     std::size_t i = wide ? blendWithAvx(upper, lower, lowerWeight, pixels, count)
                          : blendWithSse(upper, lower, lowerWeight, pixels, count);
     for (; i < count; ++i) {
-        const int share = (lower[i] - upper[i]) * (lowerWeight << 1) >> 16;
-        pixels[i] = static_cast<std::uint8_t>(
-            (upper[i] + 2 * share + (1 << (kSumFractionBits - 1))) >> kSumFractionBits);
+        const int share =
+            ((lower[i] - upper[i]) * lowerWeight + (1 << (kWeightBits - 1))) >> kWeightBits;
+        pixels[i] = static_cast<std::uint8_t>((upper[i] + share + (1 << (kSumFractionBits - 1))) >>
+                                              kSumFractionBits);
     }
 }
 
