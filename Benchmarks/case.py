@@ -95,9 +95,10 @@ class Bench:
         return False
 
     def psnr(self, picture, movie, seconds):
-        """Luma PSNR of a picture to the movie's frame at the time, in dB."""
+        """Luma PSNR of a picture to the frame of an HD movie at the time, in dB."""
         result = subprocess.run(["ffmpeg", "-nostdin", "-i", picture, "-ss", str(seconds), "-i", movie, "-frames:v", "1",
-                                 "-lavfi", "[0]format=yuv444p[a];[1]format=yuv444p[b];[a][b]psnr", "-f", "null", "-"],
+                                 "-lavfi", "[0]scale=out_color_matrix=bt709:out_range=tv,format=yuv444p[a];"
+                                 "[1]format=yuv444p[b];[a][b]psnr", "-f", "null", "-"],
                                 capture_output=True, text=True, check=True)
         value = result.stderr.split("PSNR y:")[1].split()[0]
         return float(value)
