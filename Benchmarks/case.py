@@ -98,7 +98,7 @@ class Bench:
         """Luma PSNR of a picture to the frame of an HD movie at the time, in dB."""
         result = subprocess.run(["ffmpeg", "-nostdin", "-i", picture, "-ss", str(seconds), "-i", movie, "-frames:v", "1",
                                  "-lavfi", "[0]scale=out_color_matrix=bt709:out_range=tv,format=yuv444p[a];"
-                                 "[1]format=yuv444p[b];[a][b]psnr", "-f", "null", "-"],
+                                 "[1]trim=end_frame=1,setpts=0,format=yuv444p[b];[a][b]psnr", "-f", "null", "-"],
                                 capture_output=True, text=True, check=True)
         value = result.stderr.split("PSNR y:")[1].split()[0]
         return float(value)
