@@ -181,8 +181,8 @@ class TWQT_EXPORT TWUQuickTimeMovie {
     /// Removes the first timecode track; whether there was one.  (removeTimeCodeTrackOfMovie:)
     static bool removeTimeCodeTrackOfMovie(Movie movie);
 
-    // Frames as images, 32 bits R G B A. Drawing works on a clone: the movie stays as it is. Decoders
-    // are kept with the movie for its next frame; disposing of the movie frees them.
+    // Frames as images, 32 bits R G B A. Drawing works on a clone: the movie stays as it is.
+    // Decoders are kept with the movie for its next frame; disposing of the movie frees them.
 
     /// What a movie, or one track of it alone, shows at a time; nil when that cannot be drawn.
     /// (frameImageAtTime:ofTrack:ofMovie:withAlpha:withSize:)
