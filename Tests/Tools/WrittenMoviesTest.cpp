@@ -32,6 +32,9 @@ using Lines = std::set<std::string>;
 /// What programs find fault with, by file.
 using Complaints = std::map<std::string, Lines>;
 
+constexpr const char* presets = TWQT_EXAMPLES "/Presets.qecs";
+constexpr const char* demonstration = TWQT_EXAMPLES "/Media/Demonstration.mov";
+
 /// Messages that are not about the movie's file: the program has no decoder for a track of
 /// timecode, text or tweens. And timecode tracks have the drop-frame flag at every rate, on
 /// purpose.
@@ -232,9 +235,8 @@ TEST(WrittenMovies, ThatAreExportedAreReadElsewhereWithoutAComplaint) {
     for (const auto& [id, name] :
          {std::pair{"1", "quicktime.mov"}, {"2", "mpeg4.mp4"}, {"archive", "sequence.mov"}}) {
         exported.push_back(directory.file(name));
-        const ProgramResult result =
-            runTwqt({"export", "--presets", TWQT_EXAMPLES "/Presets.qecs", "--id", id, "--duration",
-                     "1", TWQT_EXAMPLES "/Media/Demonstration.mov", exported.back()});
+        const ProgramResult result = runTwqt({"export", "--presets", presets, "--id", id,
+                                              "--duration", "1", demonstration, exported.back()});
         EXPECT_EQ(result.exitStatus, 0) << result.errors;
     }
     expectNoComplaints(exported);
