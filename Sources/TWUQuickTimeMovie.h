@@ -202,6 +202,8 @@ class TWQT_EXPORT TWUQuickTimeMovie {
     /// The frame at the movie's poster time, or at 3 seconds (the middle of movies below 7) when it
     /// has none.       (posterImageOfMovieAtPath:)
     static std::shared_ptr<NSImage> posterImageOfMovieAtPath(const NSString& path);
+    /// The same of a movie that is open; it stays so.
+    static std::shared_ptr<NSImage> posterImageOfMovie(Movie movie);
     /// Whole seconds: the fraction is cut on purpose.       (getMoviePosterTimeInSeconds:)
     static double getMoviePosterTimeInSeconds(Movie movie);
     /// Nil for a handle that holds no picture.       (imageFromPicHandle:)

@@ -143,14 +143,18 @@ std::shared_ptr<NSImage> TWUQuickTimeMovie::posterImageOfMovieAtPath(const NSStr
     Movie movie = createMovieFromPath(path, fsRdPerm, nullptr, nullptr, nullptr);
     if (!movie)
         return nullptr;
+    std::shared_ptr<NSImage> image = posterImageOfMovie(movie);
+    DisposeMovie(movie);
+    return image;
+}
+
+std::shared_ptr<NSImage> TWUQuickTimeMovie::posterImageOfMovie(Movie movie) {
     double poster = getMoviePosterTimeInSeconds(movie);
     const TimeScale timeScale = GetMovieTimeScale(movie);
     const double length = timeScale == 0 ? 0.0 : GetMovieDuration(movie) / timeScale;
     if (poster <= 0 || poster > length)
         poster = length < 7 ? length * 0.5 : 3.0;
-    std::shared_ptr<NSImage> image = frameImageAtTime(poster, movie);
-    DisposeMovie(movie);
-    return image;
+    return frameImageAtTime(poster, movie);
 }
 
 std::shared_ptr<NSImage> TWUQuickTimeMovie::imageFromPicHandle(PicHandle picture) {

@@ -69,6 +69,35 @@ TEST_F(FrameCommand, DrawsAStoryboardOfTheMoviesPictures) {
     EXPECT_GT(std::set<char>(grey.begin(), grey.end()).size(), 40u);
 }
 
+// The matrix of some cameras turns a picture about the origin, which puts it left of it.
+TEST_F(FrameCommand, DrawsPicturesThatLieBesideTheOrigin) {
+    const std::string turned = folder_.file("turned.mp4");
+    std::string bytes;
+    {
+        runFfmpeg(
+            {"-i", movie_, "-an", "-dn", "-map_metadata", "-1", "-c", "copy", "-f", "mov", turned});
+        std::ifstream in(turned, std::ios::binary);
+        bytes.assign(std::istreambuf_iterator<char>(in), {});
+    }
+    const std::size_t header = bytes.find("tkhd");
+    ASSERT_NE(header, std::string::npos);
+    constexpr std::size_t kMatrixInHeader = 4 + 40;
+    const std::string one("\0\1\0\0", 4), minusOne("\xFF\xFF\0\0", 4), zero(4, '\0');
+    bytes.replace(header + kMatrixInHeader, 32,
+                  zero + one + zero + minusOne + zero + zero + zero + zero);
+    std::ofstream(turned, std::ios::binary) << bytes;
+
+    for (const char* command : {"frame", "poster", "storyboard"}) {
+        const std::string output = folder_.file(std::string(command) + ".png");
+        ASSERT_EQ(runTwqt({command, turned, "-o", output}).exitStatus, 0) << command;
+        // Black would have a standard deviation of 0 in all channels.
+        const ProgramResult seen = runProgram(
+            {"ffmpeg", "-v", "error", "-i", output, "-f", "rawvideo", "-pix_fmt", "rgb24", "-"});
+        EXPECT_GT(std::set<char>(seen.output.begin(), seen.output.end()).size(), 100u) << command;
+    }
+    EXPECT_EQ(sizeOf(folder_.file("frame.png")), "png,48,64\n");
+}
+
 TEST_F(FrameCommand, SaysWhatCannotBeDone) {
     EXPECT_EQ(runTwqt({"frame", folder_.file("none.mov"), "-o", folder_.file("x.png")}).exitStatus,
               1);

@@ -13,7 +13,6 @@
 #include "MovieArgument.h"
 #include "OutputFile.h"
 #include "PictureFile.h"
-#include "ReadableFile.h"
 #include "SizeArgument.h"
 #include "TimeArgument.h"
 
@@ -67,7 +66,8 @@ void write(const FrameOptions& options, const std::shared_ptr<NSImage>& image,
 void runFrame(const FrameOptions& options) {
     const QuietLog quiet;
     requireFreeOutput(options.output, options.force);
-    const OpenedMovie opened(options.file);
+    OpenedMovie opened(options.file);
+    opened.movePicturesToOrigin();
     Track track = nullptr;
     if (options.trackID) {
         track = trackWithID(opened.movie(), *options.trackID);
@@ -87,10 +87,10 @@ void runFrame(const FrameOptions& options) {
 
 void runPoster(const FrameOptions& options) {
     const QuietLog quiet;
-    requireReadableFile("open", options.file);
     requireFreeOutput(options.output, options.force);
-    write(options, TWUQuickTimeMovie::posterImageOfMovieAtPath(NSString(options.file)),
-          std::nullopt);
+    OpenedMovie opened(options.file);
+    opened.movePicturesToOrigin();
+    write(options, TWUQuickTimeMovie::posterImageOfMovie(opened.movie()), std::nullopt);
 }
 
 void addCommonOptions(CLI::App& command, FrameOptions& options) {

@@ -4,6 +4,7 @@
 #include <Movies.h>
 #include <NSLog.h>
 #include <StDataRef.h>
+#include <Tracks.h>
 
 #include "CommandFailure.h"
 
@@ -45,6 +46,19 @@ OpenedMovie::OpenedMovie(const std::string& path) {
 
 OpenedMovie::~OpenedMovie() {
     TWQuickTime::DisposeMovie(movie_);
+}
+
+void OpenedMovie::movePicturesToOrigin() {
+    TWQuickTime::Rect box;
+    TWQuickTime::GetMovieBox(movie_, &box);
+    for (std::int32_t i = 1; i <= TWQuickTime::GetMovieTrackCount(movie_); ++i) {
+        const TWQuickTime::Track track = TWQuickTime::GetMovieIndTrack(movie_, i);
+        TWQuickTime::MatrixRecord matrix;
+        TWQuickTime::GetTrackMatrix(track, &matrix);
+        matrix.matrix[2][0] -= box.left * TWQuickTime::kFixedOne;
+        matrix.matrix[2][1] -= box.top * TWQuickTime::kFixedOne;
+        TWQuickTime::SetTrackMatrix(track, &matrix);
+    }
 }
 
 EditedMovie::EditedMovie(const std::string& path) : path_(path), movie_(NSString(path)) {

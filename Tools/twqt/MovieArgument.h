@@ -19,6 +19,9 @@ class OpenedMovie {
     OpenedMovie& operator=(const OpenedMovie&) = delete;
 
     TWQuickTime::Movie movie() const { return movie_; }
+    /// Moves the pictures to where frames are drawn. Some cameras turn them about the origin and
+    /// leave them beside it. Changes the movie in memory only.
+    void movePicturesToOrigin();
 
   private:
     TWQuickTime::Movie movie_ = nullptr;

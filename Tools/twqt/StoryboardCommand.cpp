@@ -100,7 +100,8 @@ Sheet layOut(const StoryboardOptions& options, Movie movie) {
 void run(const StoryboardOptions& options) {
     const QuietLog quiet;
     requireFreeOutput(options.output, options.force);
-    const OpenedMovie opened(options.file);
+    OpenedMovie opened(options.file);
+    opened.movePicturesToOrigin();
     NSError error;
     const auto movie = QTMovie::movieWithQuickTimeMovie(opened.movie(), false, &error);
     if (!movie)
