@@ -133,6 +133,8 @@ constexpr auto kSoundCodecs = std::to_array<SoundCodecEntry>({
     {fourCode("Opus"), AV_CODEC_ID_OPUS, 16, false},
     {fourCode("fLaC"), AV_CODEC_ID_FLAC, 16, false},
     {fourCode("vrbs"), AV_CODEC_ID_VORBIS, 16, false},
+    {fourCode("agsm"), AV_CODEC_ID_GSM, 16, false},
+    {fourCode("dtsc"), AV_CODEC_ID_DTS, 16, false},
 });
 
 template <class Entries>

@@ -82,6 +82,9 @@ std::int64_t usualBits(AVCodecID id, int channels, int rate) {
                                     : id == AV_CODEC_ID_MP2 ? 112000
                                     : id == AV_CODEC_ID_MP3 ? 96000
                                                             : 80000;
+    if (id == AV_CODEC_ID_DTS) {
+        return channels > 2 ? 1509000 : 768000;
+    }
     if (id == AV_CODEC_ID_AC3 || id == AV_CODEC_ID_EAC3) {
         return channels > 2 ? 448000 : channels == 2 ? 192000 : 96000;
     }
@@ -143,6 +146,12 @@ class NativeSoundEncoder : public SoundEncoder {
     }
 
     Status finish() override {
+        if (const int delay = unreportedDelay(); delay > 0) {
+            const std::vector<float> silence(std::size_t(delay) * std::size_t(settings_.channels));
+            if (auto status = encode(silence); !status) {
+                return status;
+            }
+        }
         if (!pending_.empty()) {
             const bool shortAllowed =
                 context_->codec->capabilities &
@@ -177,7 +186,7 @@ class NativeSoundEncoder : public SoundEncoder {
     }
 
     int bytesPerPcmFrame() const override { return bytesPerFrame_; }
-    int primingFrames() const override { return context_->initial_padding; }
+    int primingFrames() const override { return context_->initial_padding + unreportedDelay(); }
 
     std::vector<std::byte> sampleDescription(bool isoStyle) const override {
         SoundRecordFacts facts;
@@ -210,6 +219,13 @@ class NativeSoundEncoder : public SoundEncoder {
     }
 
   private:
+    /// Frames by which the library's encoder is late without saying so, or making up for it at the
+    /// end.
+    int unreportedDelay() const {
+        constexpr int kSubbandFilterOfDts = 512;
+        return context_->codec_id == AV_CODEC_ID_DTS ? kSubbandFilterOfDts : 0;
+    }
+
     /// Takes over all packets that the encoder has ready; it takes no more sound before.
     Status collect() {
         for (;;) {
@@ -315,6 +331,9 @@ AVSampleFormat chooseSampleFormat(const AVCodec& codec, int bits) {
 }
 
 bool supportsRate(const AVCodec& codec, int rate) {
+    if (codec.id == AV_CODEC_ID_GSM) {
+        return rate == 8000;  // GSM 06.10 knows no other; the library would take any
+    }
     if (!codec.supported_samplerates) {
         return true;
     }
@@ -376,7 +395,9 @@ Expected<std::unique_ptr<SoundEncoder>> SoundEncoder::open(const SoundEncoderSet
     if (settings.layout != StreamLayout::inBand) {
         context->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
     }
-    context->strict_std_compliance = FF_COMPLIANCE_UNOFFICIAL;
+    // The only encoder of DTS there is counts as an experiment.
+    context->strict_std_compliance =
+        entry->id == AV_CODEC_ID_DTS ? FF_COMPLIANCE_EXPERIMENTAL : FF_COMPLIANCE_UNOFFICIAL;
     if (const int error = avcodec_open2(context.get(), codec, nullptr); error < 0) {
         Failure failure = nativeFailure(error, std::string("opening encoder ") + codec->name);
         failure.kind = error == AVERROR(ENOMEM) ? FailureKind::limit : FailureKind::unsupported;

@@ -26,6 +26,8 @@ std::int64_t framesPerBlock(const codec::SoundEncoderSettings& settings) {
 
 int mostChannels(std::uint32_t type) {
     switch (type) {
+        case fourCode("agsm"):
+            return 1;
         case fourCode(".mp3"):
         case fourCode(".mp2"):
         case fourCode("ima4"):
@@ -34,6 +36,7 @@ int mostChannels(std::uint32_t type) {
             return 2;
         case fourCode("ac-3"):
         case fourCode("ec-3"):
+        case fourCode("dtsc"):
             return 6;
         default:
             return 8;

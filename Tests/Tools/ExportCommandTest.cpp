@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <sstream>
 
@@ -205,6 +206,16 @@ TEST(CodecsCommand, TellsWhatDecodesAndEncodes) {
         }
     }
     EXPECT_TRUE(found);
+}
+
+TEST(CodecsCommand, NamesACodeOfBothKindsByItsKind) {
+    std::map<std::string, std::string> names;
+    for (const json& codec : json::parse(runTwqt({"codecs", "--json"}).output)) {
+        if (codec["type"] == "raw ")
+            names[codec["kind"]] = codec["name"];
+    }
+    EXPECT_EQ(names, (std::map<std::string, std::string>{{"sound", "8-bit Unsigned"},
+                                                         {"video", "None (uncompressed)"}}));
 }
 
 TEST(SettingsCommand, MakesSettingsThatItShowsAgain) {

@@ -1,10 +1,10 @@
 // `twqt codecs`: the codec types, and which of them this machine can decode and encode.
-#include <CodecInformation.h>
 #include <Components.h>
 
 #include <map>
 
 #include "Command.h"
+#include "ComponentName.h"
 #include "FourCharCodeText.h"
 #include "JsonOutput.h"
 #include "TextTable.h"
@@ -15,6 +15,7 @@ namespace {
 using namespace TWQuickTime;
 
 struct CodecRow {
+    std::string name;
     bool video = false;
     bool decodes = false;
     bool encodes = false;
@@ -29,16 +30,10 @@ void collect(OSType componentType, bool video, bool CodecRow::*mark,
         if (GetComponentInfo(c, &found, nullptr, nullptr, nullptr) != noErr)
             continue;
         CodecRow& row = rows[{!video, found.componentSubType}];
+        row.name = componentName(c);
         row.video = video;
         row.*mark = true;
     }
-}
-
-std::string nameOf(OSType type) {
-    std::uint8_t name[256] = {};
-    if (GetCompressionName(type, name) != noErr)
-        return "";
-    return {reinterpret_cast<const char*>(name + 1), name[0]};
 }
 
 void run(bool json) {
@@ -53,12 +48,12 @@ void run(bool json) {
         const std::string type = fourCharCodeText(key.second);
         const std::string kind = row.video ? "video" : "sound";
         list.push_back({{"type", type},
-                        {"name", nameOf(key.second)},
+                        {"name", row.name},
                         {"kind", kind},
                         {"decodes", row.decodes},
                         {"encodes", row.encodes}});
-        table.addRow({type, nameOf(key.second), kind, row.decodes ? "yes" : "no",
-                      row.encodes ? "yes" : "no"});
+        table.addRow(
+            {type, row.name, kind, row.decodes ? "yes" : "no", row.encodes ? "yes" : "no"});
     }
     if (json)
         printJson(list);

@@ -1,10 +1,10 @@
 // `twqt exporters`: the catalogue of movie exporters.
 #include <Components.h>
-#include <Handles.h>
 #include <MovieExport.h>
 #include <TWUQuickTimeComponent.h>
 
 #include "Command.h"
+#include "ComponentName.h"
 #include "FourCharCodeText.h"
 #include "JsonOutput.h"
 #include "TextTable.h"
@@ -22,13 +22,9 @@ struct ExportersOptions {
 /// An exporter that the catalogue leaves out, in the form of the catalogue.
 Json entryOf(Component component) {
     ComponentDescription description;
-    Handle name = NewHandle(0);
-    GetComponentInfo(component, &description, name, nullptr, nullptr);
-    std::string text = "-";
-    if (GetHandleSize(name) > 0)
-        text.assign(*name + 1, static_cast<unsigned char>(**name));
-    DisposeHandle(name);
-    Json entry = {{"componentName", text},
+    GetComponentInfo(component, &description, nullptr, nullptr, nullptr);
+    const std::string name = componentName(component);
+    Json entry = {{"componentName", name.empty() ? "-" : name},
                   {"componentType", description.componentType},
                   {"componentSubType", description.componentSubType},
                   {"ComponentSubTypeFourCharCode", fourCharCodeText(description.componentSubType)},

@@ -9,6 +9,8 @@
 
 #include <algorithm>
 
+#include "ComponentName.h"
+
 namespace twqt {
 
 using namespace TWQuickTime;
@@ -40,20 +42,17 @@ std::uint32_t bigEndian32(const std::string& bytes, std::size_t offset) {
 }
 
 /// The name that the components of this machine give a codec.
-std::string componentName(OSType decompressorType, OSType codec) {
+std::string decompressorName(OSType decompressorType, OSType codec) {
     const ComponentDescription wanted{.componentType = decompressorType, .componentSubType = codec};
     const Component component = FindNextComponent(nullptr, &wanted);
-    const HandleOwner name;
-    if (!component || GetComponentInfo(component, nullptr, name, nullptr, nullptr) != noErr)
-        return {};
-    const std::string pascal = name.bytes();
-    return pascal.empty() ? pascal : pascal.substr(1);
+    return component ? componentName(component) : std::string();
 }
 
 std::string codecName(OSType mediaType, OSType codec) {
     if (mediaType == VideoMediaType)
-        return componentName(decompressorComponentType, codec);
-    return mediaType == SoundMediaType ? componentName(kSoundDecompressor, codec) : std::string();
+        return decompressorName(decompressorComponentType, codec);
+    return mediaType == SoundMediaType ? decompressorName(kSoundDecompressor, codec)
+                                       : std::string();
 }
 
 constexpr std::size_t kVideoExtensionsOffset = 86;

@@ -175,6 +175,8 @@ double leastCorrelation(std::uint32_t type) {
         case 0x6D730002:
         case 0x6D730011:
             return 0.99;
+        case fourCode("agsm"):
+            return 0.9;  // telephones
         default:
             return 0.995;
     }
@@ -202,7 +204,7 @@ TEST_P(EverySoundCodecExport, SoundsTheSameAtTheSameTimeBesideItsPictures) {
     EXPECT_NEAR(double(shift), begin * 48000, movie ? 1 : 48);
     EXPECT_EQ(begin == 0, movie);
     EXPECT_GT(test::correlation(before, after, shift), leastCorrelation(type));
-    EXPECT_NEAR(test::level(after) / test::level(before), 1, 0.05);
+    EXPECT_NEAR(test::level(after) / test::level(before), 1, type == fourCode("agsm") ? 0.2 : 0.05);
 }
 
 std::vector<std::uint32_t> installedSound() {
