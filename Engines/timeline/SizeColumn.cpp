@@ -108,6 +108,9 @@ void SizeColumn::append(std::uint32_t sizeInBytes, std::uint32_t count) {
     const bool staysCommon =
         rows_.size() == 0 && sizeInBytes != 0 && (count_ == 0 || sizeInBytes == commonSize_);
     if (staysCommon) {
+        // Samples in packets have a nominal size; ones of another size are as large as they say.
+        if (sizeInBytes != commonSize_)
+            framesPerPacket_ = 0;
         commonSize_ = sizeInBytes;
         count_ += count;
         return;

@@ -389,5 +389,13 @@ TEST(SizeColumn, SoundInPacketsHasItsBytesAtTheFirstFrameOfEachPacket) {
     EXPECT_EQ(column.sizeOfRange(0, 65), 68u);
 }
 
+TEST(SizeColumn, ASampleThatIsNoPacketIsAsLargeAsItSaysInAnEmptyTableOfPackets) {
+    SizeColumn column = SizeColumn::common(1, 0);
+    column.setPackets(64, 34);
+    column.append(7, 1);
+    ASSERT_EQ(column.count(), 1u);
+    EXPECT_EQ(column.sizeOfRange(0, 1), 7u);
+}
+
 }  // namespace
 }  // namespace TWQuickTime::timeline
