@@ -11,6 +11,7 @@ extern "C" {
 #include <algorithm>
 
 #include "Engines/capture/CaptureClock.h"
+#include "Engines/capture/DeviceManager.h"
 #include "Engines/capture/SoundDevices.h"
 #include "Engines/codec/ByteOrder.h"
 #include "Engines/lazyload/LazyLibrary.h"
@@ -139,8 +140,10 @@ class AlsaDevices : public DeviceBackEnd {
         if (!lazyload::isInstalled("libasound.so.2"))
             return found;
         const QuietLibrary quiet;
-        for (int card = -1; snd_card_next(&card) == 0 && card >= 0;)
-            listCard(card, checkAvailability, found);
+        for (Entry& entry : entries()) {
+            entry.device.available = !checkAvailability || openDevice(entry.name).ok();
+            found.push_back(std::move(entry.device));
+        }
         return found;
     }
 
@@ -149,7 +152,7 @@ class AlsaDevices : public DeviceBackEnd {
         if (!lazyload::isInstalled("libasound.so.2") || inputIndex != 0)
             return Failure{FailureKind::notFound, identity + ": no such device or input"};
         const QuietLibrary quiet;
-        auto device = openDevice(identity);
+        auto device = openDevice(nameOf(identity));
         if (!device)
             return device.failure();
         const auto parameters = allocated(snd_pcm_hw_params_malloc);
@@ -182,7 +185,28 @@ class AlsaDevices : public DeviceBackEnd {
         return AlsaPointer<snd_pcm_t>(device);
     }
 
-    static void listCard(int card, bool checkAvailability, std::vector<Device>& found) {
+    /// A device with the name that the library opens it by, which follows the order in which cards
+    /// of one kind were plugged in.
+    struct Entry {
+        Device device;
+        std::string name;
+    };
+
+    static std::vector<Entry> entries() {
+        std::vector<Entry> found;
+        const std::vector<DeviceNode> nodes = deviceNodes("sound");
+        for (int card = -1; snd_card_next(&card) == 0 && card >= 0;) {
+            const std::string path = "/dev/snd/controlC" + std::to_string(card);
+            const auto node =
+                std::find_if(nodes.begin(), nodes.end(),
+                             [&](const DeviceNode& candidate) { return candidate.path == path; });
+            listCard(card, node == nodes.end() ? std::string() : node->identity, found);
+        }
+        return found;
+    }
+
+    /// @param cardIdentity  the device manager's; empty where it knows none
+    static void listCard(int card, const std::string& cardIdentity, std::vector<Entry>& found) {
         snd_ctl_t* opened = nullptr;
         if (snd_ctl_open(&opened, ("hw:" + std::to_string(card)).c_str(), SND_CTL_NONBLOCK) < 0)
             return;
@@ -198,15 +222,26 @@ class AlsaDevices : public DeviceBackEnd {
             snd_pcm_info_set_stream(deviceInfo.get(), SND_PCM_STREAM_CAPTURE);
             if (snd_ctl_pcm_info(control.get(), deviceInfo.get()) < 0)
                 continue;
-            Device device{.kind = MediaKind::sound,
-                          .name = snd_ctl_card_info_get_name(cardInfo.get()),
-                          .identity = std::string("plughw:CARD=") +
-                                      snd_ctl_card_info_get_id(cardInfo.get()) +
-                                      ",DEV=" + std::to_string(number)};
-            device.inputs = {{snd_pcm_info_get_name(deviceInfo.get())}};
-            device.available = !checkAvailability || openDevice(device.identity).ok();
-            found.push_back(std::move(device));
+            Entry entry;
+            entry.name = std::string("plughw:CARD=") + snd_ctl_card_info_get_id(cardInfo.get()) +
+                         ",DEV=" + std::to_string(number);
+            entry.device.kind = MediaKind::sound;
+            entry.device.name = snd_ctl_card_info_get_name(cardInfo.get());
+            entry.device.inputs = {{snd_pcm_info_get_name(deviceInfo.get())}};
+            entry.device.identity = cardIdentity.empty() ? entry.name : cardIdentity;
+            if (!cardIdentity.empty() && number > 0)
+                entry.device.identity += "#" + std::to_string(number);
+            found.push_back(std::move(entry));
         }
+    }
+
+    /// Names of the library's own configuration, such as "default", name themselves.
+    static std::string nameOf(const std::string& identity) {
+        const std::vector<Entry> all = entries();
+        const auto entry = std::find_if(all.begin(), all.end(), [&](const Entry& candidate) {
+            return candidate.device.identity == identity;
+        });
+        return entry == all.end() ? identity : entry->name;
     }
 };
 

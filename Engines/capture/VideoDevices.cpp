@@ -59,20 +59,17 @@ class VideoDevices : public DeviceBackEnd {
 
     std::vector<Device> devices(bool checkAvailability) override {
         std::vector<Device> found;
-        for (const DeviceNode& node : system_->nodes()) {
-            if (auto device = describe(node, checkAvailability))
-                found.push_back(*std::move(device));
-        }
+        for (Node& node : describeAll(checkAvailability))
+            found.push_back(std::move(node.device));
         return found;
     }
 
     Expected<std::unique_ptr<DeviceSource>> open(const std::string& identity,
                                                  std::size_t inputIndex) override {
-        for (const DeviceNode& node : system_->nodes()) {
-            const auto device = describe(node, false);
-            if (!device || device->identity != identity)
+        for (const Node& node : describeAll(false)) {
+            if (node.device.identity != identity)
                 continue;
-            if (inputIndex >= device->inputs.size())
+            if (inputIndex >= node.device.inputs.size())
                 return Failure{FailureKind::notFound, node.path + ": has no such input"};
             VideoNodeFile file(system_, node.path);
             if (!file.isOpen())
@@ -89,8 +86,37 @@ class VideoDevices : public DeviceBackEnd {
     }
 
   private:
+    struct Node {
+        std::string path;
+        Device device;
+        std::string busInfo;  ///< the driver's own name of the place; empty: it gives none
+    };
+
+    /// All nodes that capture pictures, each with an identity of its own.
+    std::vector<Node> describeAll(bool checkAvailability) const {
+        std::vector<Node> found;
+        for (const DeviceNode& node : system_->nodes()) {
+            auto described = describe(node, checkAvailability);
+            if (!described)
+                continue;
+            // Several devices of one driver may sit at one place of the bus; the driver itself
+            // tells them apart.
+            if (isKnown(found, described->device.identity))
+                described->device.identity += "#" + described->busInfo;
+            if (isKnown(found, described->device.identity))
+                described->device.identity += "#" + node.path;
+            found.push_back(*std::move(described));
+        }
+        return found;
+    }
+
+    static bool isKnown(const std::vector<Node>& nodes, const std::string& identity) {
+        return std::any_of(nodes.begin(), nodes.end(),
+                           [&](const Node& node) { return node.device.identity == identity; });
+    }
+
     /// None for a node that does not capture pictures.
-    std::optional<Device> describe(const DeviceNode& node, bool checkAvailability) const {
+    std::optional<Node> describe(const DeviceNode& node, bool checkAvailability) const {
         Device device{.kind = MediaKind::video, .name = node.name, .identity = node.identity};
         const VideoNodeFile file(system_, node.path);
         if (!file.isOpen()) {
@@ -102,14 +128,15 @@ class VideoDevices : public DeviceBackEnd {
                 device.identity = node.path;
             device.available = false;
             device.inputs = {{device.name}};
-            return device;
+            return Node{node.path, std::move(device), {}};
         }
         v4l2_capability capability{};
         if (file.ask(VIDIOC_QUERYCAP, capability) < 0 || !capturesPictures(capability))
             return std::nullopt;
         device.name = textOf(capability.card);
+        std::string busInfo = textOf(capability.bus_info);
         if (device.identity.empty())
-            device.identity = textOf(capability.bus_info);
+            device.identity = busInfo;
         if (device.identity.empty())
             device.identity = node.path;
         device.inputs = inputsOf(file);
@@ -120,7 +147,7 @@ class VideoDevices : public DeviceBackEnd {
             device.selectedInput =
                 std::min(static_cast<std::size_t>(selected), device.inputs.size() - 1);
         device.available = !checkAvailability || !isInUse(file);
-        return device;
+        return Node{node.path, std::move(device), std::move(busInfo)};
     }
 
     std::shared_ptr<VideoSystem> system_;

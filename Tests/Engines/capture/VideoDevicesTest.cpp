@@ -115,6 +115,19 @@ TEST_F(VideoDevicesTest, TheBusInfoIsTheIdentityWhereTheSystemKnowsNone) {
     EXPECT_EQ(devices[1].identity, "/dev/video1");
 }
 
+TEST_F(VideoDevicesTest, DevicesOfOneDriverAtOnePlaceAreToldApart) {
+    plugIn({.card = "vivid", .busInfo = "platform:vivid-000", .identity = "platform-vivid.0"});
+    plugIn({.card = "vivid", .busInfo = "platform:vivid-001", .identity = "platform-vivid.0"});
+    plugIn({.card = "vivid", .busInfo = "platform:vivid-001", .identity = "platform-vivid.0"});
+    const std::vector<Device> devices = backEnd->devices(true);
+    ASSERT_THAT(devices, SizeIs(3));
+    EXPECT_EQ(devices[0].identity, "platform-vivid.0");
+    EXPECT_EQ(devices[1].identity, "platform-vivid.0#platform:vivid-001");
+    EXPECT_EQ(devices[2].identity, "platform-vivid.0#platform:vivid-001#/dev/video2");
+    for (const Device& device : devices)
+        EXPECT_TRUE(open(device.identity)) << device.identity;
+}
+
 TEST_F(VideoDevicesTest, WhatIsPulledOutIsNoLongerListedAndWhatComesBackIsTheSameDevice) {
     PlayedCamera& camera = plugIn({.identity = "serial-7"});
     ASSERT_THAT(backEnd->devices(true), SizeIs(1));
