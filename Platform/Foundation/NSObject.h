@@ -73,7 +73,7 @@ class TWQT_EXPORT NSObject : public std::enable_shared_from_this<NSObject> {
     virtual PropertyListValue valueForUndefinedKey(const NSString& key) const;
 
   protected:
-    /// Copies share nothing of the original's identity.
+    // A copy is another object. NOLINTNEXTLINE(bugprone-copy-constructor-init)
     NSObject(const NSObject&) noexcept : std::enable_shared_from_this<NSObject>() {}
     virtual const KeyValueTable& keyValueTable() const;
 };
