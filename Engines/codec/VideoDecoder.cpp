@@ -5,6 +5,7 @@
 #include "Engines/codec/JpegDecoder.h"
 #include "Engines/codec/Private/CodecMap.h"
 #include "Engines/codec/Private/DecoderConfiguration.h"
+#include "Engines/codec/Private/FramePool.h"
 #include "Engines/codec/Private/Native.h"
 
 namespace TWQuickTime::codec {
@@ -43,8 +44,10 @@ void fillColor(ColorTags& color, const ColorTags& otherwise) {
 
 class NativeVideoDecoder : public VideoDecoder {
   public:
-    NativeVideoDecoder(VideoDescription description, CodecContextPointer context)
+    NativeVideoDecoder(VideoDescription description, std::unique_ptr<FramePool> frames,
+                       CodecContextPointer context)
         : VideoDecoder(std::move(description)),
+          frames_(std::move(frames)),
           context_(std::move(context)),
           packet_(av_packet_alloc()) {}
 
@@ -131,6 +134,7 @@ class NativeVideoDecoder : public VideoDecoder {
     }
 
   private:
+    std::unique_ptr<FramePool> frames_;
     CodecContextPointer context_;
     PacketPointer packet_;
     bool paletteSent_ = false;
@@ -145,10 +149,12 @@ Expected<std::unique_ptr<VideoDecoder>> openNative(VideoDescription description,
     if (!codec) {
         return Failure{FailureKind::notAvailable, "no decoder for this video codec type"};
     }
+    auto frames = std::make_unique<FramePool>();
     CodecContextPointer context(avcodec_alloc_context3(codec));
     if (!context) {
         return Failure{FailureKind::limit, "avcodec_alloc_context3"};
     }
+    frames->serve(*context);
     context->codec_tag = nativeTag(description.format);
     context->width = description.width;
     context->height = description.height;
@@ -167,8 +173,8 @@ Expected<std::unique_ptr<VideoDecoder>> openNative(VideoDescription description,
     if (const int error = avcodec_open2(context.get(), codec, nullptr); error < 0) {
         return nativeFailure(error, std::string("opening decoder ") + codec->name);
     }
-    return std::unique_ptr<VideoDecoder>(
-        std::make_unique<NativeVideoDecoder>(std::move(description), std::move(context)));
+    return std::unique_ptr<VideoDecoder>(std::make_unique<NativeVideoDecoder>(
+        std::move(description), std::move(frames), std::move(context)));
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "Engines/codec/Private/Native.h"
+#include "Engines/memory/LargePages.h"
 
 namespace TWQuickTime::codec {
 
@@ -21,6 +22,11 @@ Expected<VideoFrame> VideoFrame::allocate(PixelFormat format, int width, int hei
     native->frame->height = height;
     if (const int error = av_frame_get_buffer(native->frame, 0); error < 0) {
         return nativeFailure(error, "av_frame_get_buffer");
+    }
+    for (const AVBufferRef* buffer : native->frame->buf) {
+        if (buffer) {
+            memory::preferLargePages(buffer->data, buffer->size);
+        }
     }
     return VideoFrame(std::move(native));
 }

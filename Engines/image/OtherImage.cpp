@@ -39,9 +39,6 @@ using Codec = std::unique_ptr<AVCodecContext, FreeCodec>;
 using Frame = std::unique_ptr<AVFrame, FreeFrame>;
 using Packet = std::unique_ptr<AVPacket, FreePacket>;
 
-// Shifts the library's messages about a picture below every level that it prints.
-constexpr int kQuiet = 64;
-
 // The container library knows hundreds of formats, among them some that lead on to other files.
 // Only those of pictures are let in.
 constexpr char kPictureFormats[] =
@@ -138,7 +135,6 @@ result::Expected<Frame> decode(AVPacket* packet, const AVCodecParameters* parame
         return unreadable("no memory", FailureKind::limit);
     codec->max_pixels = kMaximumWholePixels;
     codec->thread_count = 1;
-    codec->log_level_offset = kQuiet;
     Frame frame(av_frame_alloc());
     if (avcodec_open2(codec.get(), decoder, nullptr) < 0 ||
         avcodec_send_packet(codec.get(), packet) < 0)
@@ -207,7 +203,13 @@ bool isPictureAt(std::size_t start, std::span<const std::byte> bytes) {
     return bytes.size() >= start + 14 && std::memcmp(&bytes[start + 10], kVersion2, 4) == 0;
 }
 
+/// Failures come back as values; the library shall not write on standard error besides.
+void silenceLibrary() {
+    [[maybe_unused]] static const bool once = (av_log_set_level(AV_LOG_QUIET), true);
+}
+
 StillImageOrFailure openWithCodecs(std::span<const std::byte> bytes, const std::string& fileName) {
+    silenceLibrary();
     const std::unique_ptr<AVCodecParameters, FreeParameters> parameters(avcodec_parameters_alloc());
     result::Expected<Packet> packet = Packet();
     const bool isTarga = hasExtension(fileName, {"tga", "targa", "vda", "icb", "vst"});

@@ -27,8 +27,7 @@ class PngPredictor {
     /// One pixel of zeros, then the bytes of the row: the pixel left of the first one is black.
     std::vector<std::uint8_t> row_;
     std::vector<std::uint8_t> above_;
-    std::vector<std::uint8_t> best_;
-    std::vector<std::uint8_t> attempt_;
+    std::vector<std::uint8_t> filtered_;
 };
 
 }  // namespace TWQuickTime::image

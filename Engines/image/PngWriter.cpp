@@ -4,9 +4,11 @@
 #include <isa-l/crc.h>
 #include <unistd.h>
 
+#include <bit>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -14,6 +16,7 @@
 #include "Engines/image/PngDeflater.h"
 #include "Engines/image/PngPredictor.h"
 #include "Engines/image/PremultipliedAlpha.h"
+#include "Engines/image/RowConsumer.h"
 
 namespace TWQuickTime::image {
 namespace {
@@ -87,10 +90,10 @@ Status writeChunk(std::FILE* file, const char (&type)[5], Bytes body) {
     return write(file, chunk);
 }
 
-Status writeHeader(std::FILE* file, ConstPixelView pixels, bool hasAlpha) {
+Status writeHeader(std::FILE* file, int width, int height, bool hasAlpha) {
     std::vector<std::uint8_t> header;
-    appendBigEndian32(header, static_cast<std::uint32_t>(pixels.width));
-    appendBigEndian32(header, static_cast<std::uint32_t>(pixels.height));
+    appendBigEndian32(header, static_cast<std::uint32_t>(width));
+    appendBigEndian32(header, static_cast<std::uint32_t>(height));
     constexpr std::uint8_t kDepth = 8;
     const auto color = static_cast<std::uint8_t>(hasAlpha ? PngColor::rgbAlpha : PngColor::rgb);
     header.insert(header.end(), {kDepth, color, 0, 0, 0});
@@ -119,53 +122,87 @@ Status writeColors(std::FILE* file, std::span<const std::byte> profile) {
     return writeChunk(file, "iCCP", body);
 }
 
-/// A R G B to the order of the file, in place; without alpha where the file has none.
-void reorder(std::uint8_t* row, int width, bool hasAlpha) {
-    std::uint8_t* out = row;
-    for (int x = 0; x < width; ++x, row += 4) {
-        const std::uint8_t pixel[4] = {row[1], row[2], row[3], row[0]};
-        std::memcpy(out, pixel, hasAlpha ? 4 : 3);
-        out += hasAlpha ? 4 : 3;
+/// A R G B to R G B A, in place.
+void moveAlphaToTheEnd(std::uint8_t* row, int width) {
+    for (std::uint8_t* end = row + std::ptrdiff_t{width} * 4; row != end; row += 4) {
+        std::uint32_t pixel;
+        std::memcpy(&pixel, row, sizeof pixel);
+        pixel = std::rotr(pixel, 8);
+        std::memcpy(row, &pixel, sizeof pixel);
     }
 }
 
-Status writeRows(std::FILE* file, ConstPixelView pixels, AlphaKind alpha) {
-    const bool hasAlpha = alpha != AlphaKind::skipped;
-    const std::size_t bytesPerPixel = hasAlpha ? 4 : 3;
-    PngPredictor predictor(static_cast<std::size_t>(pixels.width) * bytesPerPixel, bytesPerPixel);
-    PngDeflater deflater([&](Bytes piece) { return writeChunk(file, "IDAT", piece); });
-    std::vector<std::uint8_t> row(static_cast<std::size_t>(pixels.width) * 4);
-    for (int y = 0; y < pixels.height; ++y) {
-        std::memcpy(row.data(), pixels.row(y), row.size());
-        if (alpha == AlphaKind::premultiplied)
-            unpremultiplyRow(row.data(), pixels.width);
-        reorder(row.data(), pixels.width, hasAlpha);
-        if (auto added = deflater.add(predictor.filtered(row.data())); !added)
-            return added;
+/// A R G B to R G B, in place.
+void leaveOutAlpha(std::uint8_t* row, int width) {
+    const std::uint8_t* end = row + std::ptrdiff_t{width} * 4;
+    for (std::uint8_t* out = row; row != end; row += 4, out += 3) {
+        // The fourth byte is the next pixel's place.
+        std::uint32_t pixel;
+        std::memcpy(&pixel, row, sizeof pixel);
+        pixel >>= 8;
+        std::memcpy(out, &pixel, sizeof pixel);
     }
-    return deflater.finish();
 }
 
-Status encode(std::FILE* file, ConstPixelView pixels, AlphaKind alpha,
-              std::span<const std::byte> profile) {
-    if (auto written = writeHeader(file, pixels, alpha != AlphaKind::skipped); !written)
-        return written;
-    if (auto written = writeColors(file, profile); !written)
-        return written;
-    if (auto written = writeRows(file, pixels, alpha); !written)
-        return written;
-    return writeChunk(file, "IEND", {});
-}
+static_assert(std::endian::native == std::endian::little);
+
+/// Writes a picture to a file while its rows arrive.
+class PngRows : public RowConsumer {
+  public:
+    PngRows(std::FILE* file, std::span<const std::byte> profile)
+        : file_(file),
+          profile_(profile),
+          deflater_([this](Bytes piece) { return writeChunk(file_, "IDAT", piece); }) {}
+
+    Status begin(int width, int height, AlphaKind alpha) override {
+        width_ = width;
+        alpha_ = alpha;
+        const std::size_t bytesPerPixel = hasAlpha() ? 4 : 3;
+        predictor_.emplace(static_cast<std::size_t>(width) * bytesPerPixel, bytesPerPixel);
+        if (auto written = writeHeader(file_, width, height, hasAlpha()); !written)
+            return written;
+        return writeColors(file_, profile_);
+    }
+
+    Status row(std::uint8_t* pixels) override {
+        if (alpha_ == AlphaKind::premultiplied)
+            unpremultiplyRow(pixels, width_);
+        if (hasAlpha())
+            moveAlphaToTheEnd(pixels, width_);
+        else
+            leaveOutAlpha(pixels, width_);
+        return deflater_.add(predictor_->filtered(pixels));
+    }
+
+    Status finish() {
+        if (auto deflated = deflater_.finish(); !deflated)
+            return deflated;
+        return writeChunk(file_, "IEND", {});
+    }
+
+  private:
+    bool hasAlpha() const { return alpha_ != AlphaKind::skipped; }
+
+    std::FILE* file_;
+    std::span<const std::byte> profile_;
+    PngDeflater deflater_;
+    std::optional<PngPredictor> predictor_;
+    int width_ = 0;
+    AlphaKind alpha_ = AlphaKind::skipped;
+};
 
 }  // namespace
 
-Status writePNG(ConstPixelView pixels, AlphaKind alpha, std::span<const std::byte> profile,
+Status writePNG(const StillImage& image, std::span<const std::byte> profile,
                 const std::string& path) {
     SiblingFile file(path);
     if (!file.stream())
         return result::systemFailure(errno, path + ": " + std::strerror(errno));
-    if (Status encoded = encode(file.stream(), pixels, alpha, profile); !encoded)
-        return encoded;
+    PngRows rows(file.stream(), profile);
+    if (Status drawn = image.draw(rows, image.size(), profile); !drawn)
+        return drawn;
+    if (Status finished = rows.finish(); !finished)
+        return finished;
     return file.replace(path);
 }
 

@@ -5,16 +5,16 @@
 #include <span>
 #include <string>
 
-#include "Engines/image/PixelView.h"
+#include "Engines/image/StillImage.h"
 #include "Engines/result/Result.h"
 
 namespace TWQuickTime::image {
 
 /// Writes a sibling of the path first and renames it over the path when it is complete, so that a
 /// failure leaves what was there.
-/// @param alpha  `skipped` writes RGB, the others RGBA (straight, as the format wants it)
-/// @param profile  ICC bytes to embed; empty marks the file as sRGB
-result::Status writePNG(ConstPixelView pixels, AlphaKind alpha, std::span<const std::byte> profile,
+/// The file has RGB where all pixels are opaque, else RGBA (straight, as the format wants it).
+/// @param profile  ICC bytes that colours are converted to and the file carries; empty: sRGB
+result::Status writePNG(const StillImage& image, std::span<const std::byte> profile,
                         const std::string& path);
 
 }  // namespace TWQuickTime::image

@@ -1,8 +1,19 @@
 #include "Engines/image/PremultipliedAlpha.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace TWQuickTime::image {
+namespace {
+
+bool isOpaque(const std::uint8_t* pixels, int width) {
+    std::uint8_t common = 255;
+    for (std::ptrdiff_t i = 0; i < std::ptrdiff_t{width} * 4; i += 4)
+        common &= pixels[i];
+    return common == 255;
+}
+
+}  // namespace
 
 void premultiplyRow(std::uint8_t* pixels, int width) {
     for (std::uint8_t* end = pixels + std::ptrdiff_t{width} * 4; pixels != end; pixels += 4) {
@@ -28,6 +39,10 @@ void unpremultiplyRow(std::uint8_t* pixels, int width) {
 
 void composeRowOver(const std::uint8_t* premultiplied, std::uint8_t* destination, int width,
                     bool destinationHasAlpha) {
+    if (destinationHasAlpha && isOpaque(premultiplied, width)) {
+        std::memcpy(destination, premultiplied, static_cast<std::size_t>(width) * 4);
+        return;
+    }
     for (int x = 0; x < width; ++x, premultiplied += 4, destination += 4) {
         const unsigned rest = 255u - premultiplied[0];
         for (int c = destinationHasAlpha ? 0 : 1; c < 4; ++c)

@@ -30,7 +30,7 @@ RowScaler::RowScaler(const ScaleMapping& mapping)
         wideSums_.resize(sourceCount_);
     if (rows_.interpolates)
         for (std::vector<std::uint16_t>& row : combined_)
-            row.resize(destinationRow_.size());
+            row.resize(columns_.first.size() * 4);
 }
 
 const AxisWeights::Span& RowScaler::nextSpan() const {
@@ -50,20 +50,15 @@ void RowScaler::addWide(int weight, const std::uint8_t* sourceRow) {
         wideSums_[i] += std::uint32_t{sourceRow[i]} * static_cast<std::uint32_t>(weight);
 }
 
-void RowScaler::finishRow(const Sink& sink) {
-    sink(nextDestinationRow_, destinationRow_.data());
-    ++nextDestinationRow_;
-}
-
-void RowScaler::finishAverage(const Sink& sink) {
+void RowScaler::finishAverage(std::uint8_t* destinationRow) {
     for (std::size_t i = 0; i < wideSums_.size(); ++i)
         sums_[i] = static_cast<std::uint16_t>((wideSums_[i] + 64) >> 7);
     std::fill(wideSums_.begin(), wideSums_.end(), 0u);
-    combineColumns(columns_, sums_.data(), destinationRow_.data());
-    finishRow(sink);
+    combineColumns(columns_, sums_.data(), destinationRow);
 }
 
-void RowScaler::pushForAverage(int y, const std::uint8_t* sourceRow, const Sink& sink) {
+void RowScaler::pushForAverage(int y, const std::uint8_t* sourceRow, const Rows& destination,
+                               const Sink& sink) {
     // The last row of one destination row may be the first of the next.
     while (!isComplete() && y >= nextSpan().first) {
         const AxisWeights::Span& span = nextSpan();
@@ -75,11 +70,14 @@ void RowScaler::pushForAverage(int y, const std::uint8_t* sourceRow, const Sink&
             addWide(row.weight, sourceRow);
         if (y < span.first + span.count - 1)
             return;
-        finishAverage(sink);
+        finishAverage(destination.at(nextDestinationRow_));
+        sink(nextDestinationRow_, destination.at(nextDestinationRow_));
+        ++nextDestinationRow_;
     }
 }
 
-void RowScaler::pushForInterpolation(int y, const std::uint8_t* sourceRow, const Sink& sink) {
+void RowScaler::pushForInterpolation(int y, const std::uint8_t* sourceRow, const Rows& destination,
+                                     const Sink& sink) {
     const WeightedRow whole = {sourceRow, AxisWeights::one};
     sumRows({&whole, 1}, 0, sums_.data(), sourceCount_);
     combineColumns(columns_, sums_.data(), combined_[y % 2].data());
@@ -90,36 +88,42 @@ void RowScaler::pushForInterpolation(int y, const std::uint8_t* sourceRow, const
             return;
         // The lower row of a single one is that row itself, with no share.
         blendRows(combined_[span.first % 2].data(), combined_[last % 2].data(),
-                  span.count == 2 ? weightOf(span, last) : 0, destinationRow_.data(),
-                  destinationRow_.size());
-        finishRow(sink);
+                  span.count == 2 ? weightOf(span, last) : 0, destination.at(nextDestinationRow_),
+                  columns_.first.size() * 4);
+        sink(nextDestinationRow_, destination.at(nextDestinationRow_));
+        ++nextDestinationRow_;
     }
+}
+
+void RowScaler::push(const std::uint8_t* sourceRow, const Rows& destination, const Sink& sink) {
+    const int y = nextSourceRow_++;
+    if (rows_.interpolates)
+        pushForInterpolation(y, sourceRow, destination, sink);
+    else
+        pushForAverage(y, sourceRow, destination, sink);
 }
 
 void RowScaler::push(const std::uint8_t* sourceRow, const Sink& sink) {
-    const int y = nextSourceRow_++;
-    if (rows_.interpolates)
-        pushForInterpolation(y, sourceRow, sink);
-    else
-        pushForAverage(y, sourceRow, sink);
+    push(sourceRow, {destinationRow_.data(), 0}, sink);
 }
 
-void RowScaler::pushAll(const std::uint8_t* firstSourceRow, std::ptrdiff_t rowBytes,
-                        const Sink& sink) {
-    const auto rowAt = [&](int y) { return firstSourceRow + rowBytes * y; };
+void RowScaler::scaleAll(const std::uint8_t* firstSourceRow, std::ptrdiff_t sourceRowBytes,
+                         std::uint8_t* firstDestinationRow, std::ptrdiff_t destinationRowBytes) {
+    const auto rowAt = [&](int y) { return firstSourceRow + sourceRowBytes * y; };
+    const Rows destination{firstDestinationRow, destinationRowBytes};
     if (rows_.interpolates || !wideSums_.empty()) {
         while (!isComplete())
-            push(rowAt(nextSourceRow_), sink);
+            push(rowAt(nextSourceRow_), destination, [](int, const std::uint8_t*) {});
         return;
     }
     std::vector<WeightedRow> rows;
-    while (!isComplete()) {
+    for (; !isComplete(); ++nextDestinationRow_) {
         const AxisWeights::Span& span = nextSpan();
         rows.clear();
         for (int y = span.first; y < span.first + span.count; ++y)
             rows.push_back({rowAt(y), weightOf(span, y)});
         sumRows(rows, startOfSums(span), sums_.data(), sourceCount_);
-        finishAverage(sink);
+        finishAverage(destination.at(nextDestinationRow_));
     }
 }
 

@@ -42,18 +42,30 @@ class RowScaler {
     /// Takes the next source row (all of its pixels) and hands out every destination row that is
     /// complete with it, in order.
     void push(const std::uint8_t* sourceRow, const Sink& sink);
-    /// The same for a source that is in memory as a whole, which takes less time.
-    void pushAll(const std::uint8_t* firstSourceRow, std::ptrdiff_t rowBytes, const Sink& sink);
+    /// The same for a source that is in memory as a whole, straight to where all rows go, which
+    /// takes less time.
+    void scaleAll(const std::uint8_t* firstSourceRow, std::ptrdiff_t sourceRowBytes,
+                  std::uint8_t* firstDestinationRow, std::ptrdiff_t destinationRowBytes);
 
   private:
+    /// Where finished rows are written.
+    struct Rows {
+        std::uint8_t* first = nullptr;
+        std::ptrdiff_t rowBytes = 0;  ///< 0: all to the same place
+
+        std::uint8_t* at(int row) const { return first + rowBytes * row; }
+    };
+
     const AxisWeights::Span& nextSpan() const;
     int weightOf(const AxisWeights::Span& span, int sourceRow) const;
     bool isComplete() const;
-    void pushForAverage(int y, const std::uint8_t* sourceRow, const Sink& sink);
-    void pushForInterpolation(int y, const std::uint8_t* sourceRow, const Sink& sink);
+    void push(const std::uint8_t* sourceRow, const Rows& destination, const Sink& sink);
+    void pushForAverage(int y, const std::uint8_t* sourceRow, const Rows& destination,
+                        const Sink& sink);
+    void pushForInterpolation(int y, const std::uint8_t* sourceRow, const Rows& destination,
+                              const Sink& sink);
     void addWide(int weight, const std::uint8_t* sourceRow);
-    void finishAverage(const Sink& sink);
-    void finishRow(const Sink& sink);
+    void finishAverage(std::uint8_t* destinationRow);
 
     std::size_t sourceCount_;  ///< of the bytes of a source row
     ColumnPairs columns_;

@@ -67,12 +67,9 @@ result::Status scalePixels(ConstPixelView source, PixelRect from, PixelView dest
         std::clamp(static_cast<int>(std::ceil(down.sourceEnd)) + 1, top + 1, source.height);
     RowScaler scaler({right - left, bottom - top, across.sourceStart - left, down.sourceStart - top,
                       across.sourceEnd - left, down.sourceEnd - top, width, down.end - down.start});
-    scaler.pushAll(source.row(top) + std::ptrdiff_t{left} * 4, source.rowBytes,
-                   [&](int row, const std::uint8_t* pixels) {
-                       std::memcpy(
-                           destination.row(down.start + row) + std::ptrdiff_t{across.start} * 4,
-                           pixels, static_cast<std::size_t>(width) * 4);
-                   });
+    scaler.scaleAll(source.row(top) + std::ptrdiff_t{left} * 4, source.rowBytes,
+                    destination.row(down.start) + std::ptrdiff_t{across.start} * 4,
+                    destination.rowBytes);
     return {};
 }
 

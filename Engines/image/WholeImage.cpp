@@ -55,25 +55,4 @@ Status WholeImage::draw(RowConsumer& consumer, SizeInPixels,
     return {};
 }
 
-Status PixelCollector::begin(int width, int height, AlphaKind alpha) {
-    if (std::int64_t{width} * height > kMaximumWholePixels)
-        return result::Failure{result::FailureKind::limit, "picture: too large to be held"};
-    width_ = width;
-    alpha_ = alpha;
-    pixels_.clear();
-    pixels_.reserve(static_cast<std::size_t>(width) * 4 * static_cast<std::size_t>(height));
-    return {};
-}
-
-Status PixelCollector::row(std::uint8_t* pixels) {
-    pixels_.insert(pixels_.end(), pixels, pixels + std::ptrdiff_t{width_} * 4);
-    return {};
-}
-
-ConstPixelView PixelCollector::pixels() const {
-    const std::size_t rowBytes = static_cast<std::size_t>(width_) * 4;
-    const int height = rowBytes == 0 ? 0 : static_cast<int>(pixels_.size() / rowBytes);
-    return {pixels_.data(), width_, height, static_cast<std::ptrdiff_t>(rowBytes)};
-}
-
 }  // namespace TWQuickTime::image

@@ -1,4 +1,4 @@
-// A picture that is held as pixels, and the collecting of rows into one.
+// A picture that is held as pixels.
 #pragma once
 
 #include <cstddef>
@@ -30,21 +30,6 @@ class WholeImage : public StillImage {
     AlphaKind alpha_;
     std::vector<std::uint8_t> pixels_;
     std::vector<std::byte> profile_;
-};
-
-/// Keeps all rows that it is given.
-class PixelCollector : public RowConsumer {
-  public:
-    result::Status begin(int width, int height, AlphaKind alpha) override;
-    result::Status row(std::uint8_t* pixels) override;
-
-    ConstPixelView pixels() const;
-    AlphaKind alpha() const { return alpha_; }
-
-  private:
-    int width_ = 0;
-    AlphaKind alpha_ = AlphaKind::skipped;
-    std::vector<std::uint8_t> pixels_;
 };
 
 }  // namespace TWQuickTime::image

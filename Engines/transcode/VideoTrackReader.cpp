@@ -19,6 +19,9 @@ constexpr std::uint32_t kFarAhead = 12;
 /// After so many jumps in a row the next one is expected to be a jump too.
 constexpr int kManyJumps = 2;
 
+/// From so many samples on, threads save more than they take to start.
+constexpr std::uint32_t kWorthThreads = 24;
+
 /// Whether two descriptions differ in nothing but where the samples lie.
 bool sameCoding(const timeline::SampleDescription* a, const timeline::SampleDescription* b) {
     if (!a || !b || a->bytes().size() != b->bytes().size()) {
@@ -39,7 +42,8 @@ VideoTrackReader::VideoTrackReader(const timeline::Movie& movie, const timeline:
       media_(*track.media),
       options_(options),
       edits_(track, movie.timeScale),
-      order_(track.media->samples) {}
+      order_(track.media->samples),
+      hasOneThread_(options.singlePictures) {}
 
 Expected<std::unique_ptr<VideoTrackReader>> VideoTrackReader::open(
     const timeline::Movie& movie, const timeline::Track& track,
@@ -67,7 +71,11 @@ Status VideoTrackReader::openDecoder(std::uint32_t descriptionIndex) {
                                                  " lacks sample description " +
                                                  std::to_string(descriptionIndex)};
     }
-    auto decoder = codec::VideoDecoder::open(description->bytes(), options_.decoding);
+    codec::VideoDecoderOptions decoding = options_.decoding;
+    if (hasOneThread_) {
+        decoding.threads = 1;
+    }
+    auto decoder = codec::VideoDecoder::open(description->bytes(), decoding);
     if (!decoder) {
         return decoder.failure();
     }
@@ -86,7 +94,13 @@ std::uint32_t VideoTrackReader::startFor(const ShownSample& wanted) const {
     return start;
 }
 
-void VideoTrackReader::startAt(std::uint32_t syncSample) {
+Status VideoTrackReader::startAt(std::uint32_t syncSample, const ShownSample& wanted) {
+    if (hasOneThread_ && (started_ || wanted.index - syncSample >= kWorthThreads)) {
+        hasOneThread_ = false;
+        if (auto status = openDecoder(decoderDescription_); !status) {
+            return status;
+        }
+    }
     cursor_ = media_.samples.cursor(syncSample);
     nextSample_ = syncSample;
     decoded_.clear();
@@ -95,6 +109,7 @@ void VideoTrackReader::startAt(std::uint32_t syncSample) {
     ended_ = false;
     drained_ = false;
     decoder_->flush();
+    return {};
 }
 
 void VideoTrackReader::advanceTo(VideoFrame frame) {
@@ -190,7 +205,9 @@ Expected<VideoFrame> VideoTrackReader::frameAtPosition(std::size_t position) {
         started_ && position > currentPosition_ && position - currentPosition_ <= kFarAhead;
     jumps_ = isStep ? 0 : jumps_ + 1;
     if (!canGoOnTo(position)) {
-        startAt(startFor(wanted));
+        if (auto status = startAt(startFor(wanted), wanted); !status) {
+            return status.failure();
+        }
     }
     for (;;) {
         while (!decoded_.empty() && decoded_.front().time <= wanted.displayTime) {
@@ -213,7 +230,9 @@ Expected<VideoFrame> VideoTrackReader::frameAtPosition(std::size_t position) {
             if (status.failure().kind == FailureKind::endOfData && drained_) {
                 // Decoders may hold pictures back that follow the start of an open group.
                 losesByDraining_ = true;
-                startAt(startFor(wanted));
+                if (auto restarted = startAt(startFor(wanted), wanted); !restarted) {
+                    return restarted.failure();
+                }
                 continue;
             }
             if (status.failure().kind == FailureKind::endOfData) {

@@ -25,6 +25,9 @@ struct TrackReadingOptions {
     codec::VideoDecoderOptions decoding = {};
     /// How many bytes of decoded pictures to keep for being asked for again; 0: only the last one.
     std::size_t keptBytes = 0;
+    /// Pictures are asked for here and there, perhaps only one: a first one near its sync sample is
+    /// decoded by one thread, as threads take longer to start than they save.
+    bool singlePictures = false;
 };
 
 class VideoTrackReader {
@@ -55,7 +58,8 @@ class VideoTrackReader {
     result::Expected<codec::VideoFrame> frameAtPosition(std::size_t position);
     /// The sync sample from which decoding leads to a shown sample.
     std::uint32_t startFor(const ShownSample& wanted) const;
-    void startAt(std::uint32_t syncSample);
+    /// @param wanted  the sample to which decoding shall lead
+    result::Status startAt(std::uint32_t syncSample, const ShownSample& wanted);
     void advanceTo(codec::VideoFrame frame);
     const codec::VideoFrame* keptFrame(std::int64_t displayTime) const;
     result::Status openDecoder(std::uint32_t descriptionIndex);
@@ -74,6 +78,7 @@ class VideoTrackReader {
     codec::VideoDescription description_;
     std::unique_ptr<codec::VideoDecoder> decoder_;
     std::uint32_t decoderDescription_ = 0;
+    bool hasOneThread_ = false;
     timeline::SampleTable::Cursor cursor_;
     std::uint32_t nextSample_ = 0;
     bool started_ = false;

@@ -1,7 +1,9 @@
 #include "TWImageUtils.h"
 
+#include <bit>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 
 namespace TWQuickTime {
 
@@ -17,10 +19,13 @@ std::shared_ptr<NSBitmapImageRep> TWImageUtils::createNSBitmapImageRepForVImageO
 void TWImageUtils::convertNSBitmapImageRep(NSBitmapImageRep& bitmap, bool pixelRGBAtoARGB) {
     std::uint8_t* pixel = bitmap.bitmapData();
     std::uint8_t* end = pixel + std::ptrdiff_t{bitmap.bytesPerRow()} * bitmap.pixelsHigh();
+    static_assert(std::endian::native == std::endian::little);
+    const int bits = pixelRGBAtoARGB ? 8 : -8;
     for (; pixel != end; pixel += 4) {
-        const std::uint8_t bytes[4] = {pixel[0], pixel[1], pixel[2], pixel[3]};
-        for (int i = 0; i < 4; ++i)
-            pixel[i] = bytes[pixelRGBAtoARGB ? (i + 3) & 3 : (i + 1) & 3];
+        std::uint32_t number;
+        std::memcpy(&number, pixel, sizeof number);
+        number = std::rotl(number, bits);
+        std::memcpy(pixel, &number, sizeof number);
     }
 }
 

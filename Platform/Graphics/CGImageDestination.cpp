@@ -1,7 +1,6 @@
 #include "CGImageDestination.h"
 
 #include "Engines/image/PngWriter.h"
-#include "Engines/image/WholeImage.h"
 #include "Private/GraphicsRecords.h"
 
 namespace TWQuickTime {
@@ -28,12 +27,7 @@ bool CGImageDestinationFinalize(CGImageDestinationRef destination) {
     if (!destination || !destination->image)
         return false;
     const CGImageRecord& image = *destination->image;
-    image::PixelCollector collector;
-    if (!image.picture->draw(collector, image.picture->size(), image.icc.bytes()))
-        return false;
-    return image::writePNG(collector.pixels(), collector.alpha(), image.icc.bytes(),
-                           destination->path.utf8())
-        .ok();
+    return image::writePNG(*image.picture, image.icc.bytes(), destination->path.utf8()).ok();
 }
 
 void CGImageDestinationRelease(CGImageDestinationRef destination) {

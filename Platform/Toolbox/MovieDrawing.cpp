@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <optional>
+#include <thread>
 
 #include "Engines/image/PremultipliedAlpha.h"
 #include "Engines/timeline/Geometry.h"
@@ -125,12 +126,18 @@ PixelBox pixelBoxOf(const MovieRecord& record) {
 // Eight pictures of 1920 × 1080 by the reader's estimate.
 constexpr std::size_t kKeptPictureBytes = 64 * 1024 * 1024;
 
+constexpr int kMostThreads = 8;
+
 transcode::RenderOptions renderOptions(const PixelBox& box, bool keepsUncovered) {
     transcode::RenderOptions options;
     options.width = box.width;
     options.height = box.height;
     options.alpha = keepsUncovered;
     options.reading.keptBytes = kKeptPictureBytes;
+    options.reading.singlePictures = true;
+    // One for each core: every further thread costs memory for pictures that nobody asked for.
+    options.reading.decoding.threads =
+        std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, kMostThreads);
     return options;
 }
 

@@ -154,6 +154,28 @@ TEST_P(EveryVideoCodec, GivesBackItsPicturesInOrderWithTheirTimes) {
     }
 }
 
+TEST(VideoDecoder, LargePicturesOfAnySizeOutliveTheirDecoder) {
+    PixelConverter converter;
+    for (const std::uint32_t type : {fourCode("avc1"), fourCode("apch"), fourCode("mp4v")}) {
+        VideoEncoderSettings settings;
+        settings.codec = type;
+        settings.width = 1282;
+        settings.height = 726;
+        settings.frameRate = {25, 1};
+        settings.timeScale = 600;
+        settings.spatialQuality = 900;
+        settings.sourceFormat = PixelFormat::bgra32();
+        std::vector<VideoFrame> pictures;
+        const std::vector<VideoFrame> frames = decodeAll(encodePictures(settings, pictures));
+        ASSERT_EQ(frames.size(), pictures.size());
+        for (std::size_t i = 0; i < frames.size(); ++i) {
+            auto picture = converter.convert(frames[i], {PixelFormat::bgra32(), 1282, 726, {}});
+            ASSERT_TRUE(picture) << picture.failure().message;
+            EXPECT_GT(test::psnr(*picture, pictures[i]), 30) << nameOf(type) << ", frame " << i;
+        }
+    }
+}
+
 std::vector<std::uint32_t> installedTypes() {
     std::vector<std::uint32_t> types = videoEncoderTypes();
     std::erase_if(types, [](std::uint32_t type) { return !canEncodeVideo(type); });

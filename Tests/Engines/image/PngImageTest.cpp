@@ -11,6 +11,7 @@
 #include "CollectedImage.h"
 #include "Engines/image/PngWriter.h"
 #include "Engines/image/StillImage.h"
+#include "Engines/image/WholeImage.h"
 #include "TemporaryDirectory.h"
 
 namespace TWQuickTime::image {
@@ -202,9 +203,9 @@ TEST(PngWriter, TheReferenceLibraryReadsWhatIsWritten) {
     for (const auto& [width, height] : {std::pair{1, 1}, {3, 2}, {101, 67}, {700, 400}}) {
         const auto pixels = rowsForAllFilters(width, height);
         const ConstPixelView view(pixels.data(), width, height, std::ptrdiff_t{width} * 4);
-        ASSERT_TRUE(writePNG(view, AlphaKind::straight, {}, path).ok());
+        ASSERT_TRUE(writePNG(WholeImage(view, AlphaKind::straight, {}), {}, path).ok());
         EXPECT_EQ(readWithReference(test::readBytes(path), false), pixels);
-        ASSERT_TRUE(writePNG(view, AlphaKind::skipped, {}, path).ok());
+        ASSERT_TRUE(writePNG(WholeImage(view, AlphaKind::skipped, {}), {}, path).ok());
         auto opaque = pixels;
         for (std::size_t i = 0; i < opaque.size(); i += 4)
             opaque[i] = 255;
@@ -220,7 +221,8 @@ TEST(PngWriter, MakesSmoothPicturesMuchSmaller) {
         pixels.insert(pixels.end(), {255, level, level, std::uint8_t(255 - level)});
     }
     ASSERT_TRUE(
-        writePNG({pixels.data(), 300, 300, 1200}, AlphaKind::skipped, {}, directory.file("a.png"))
+        writePNG(WholeImage(ConstPixelView{pixels.data(), 300, 300, 1200}, AlphaKind::skipped, {}),
+                 {}, directory.file("a.png"))
             .ok());
     EXPECT_LT(test::readBytes(directory.file("a.png")).size(), 300u * 300 * 3 / 20);
 }
@@ -234,8 +236,9 @@ TEST(PngWriter, EmbedsAProfileThatTheReferenceLibraryFinds) {
     cmsSaveProfileToMem(made, profile.data(), &length);
     cmsCloseProfile(made);
     const std::uint8_t pixel[4] = {255, 1, 2, 3};
-    ASSERT_TRUE(
-        writePNG({pixel, 1, 1, 4}, AlphaKind::skipped, profile, directory.file("a.png")).ok());
+    ASSERT_TRUE(writePNG(WholeImage(ConstPixelView{pixel, 1, 1, 4}, AlphaKind::skipped, profile),
+                         profile, directory.file("a.png"))
+                    .ok());
     EXPECT_EQ(profileByReference(directory.file("a.png")), profile);
 }
 

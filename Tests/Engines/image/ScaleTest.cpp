@@ -122,20 +122,19 @@ TEST(RowScaler, RowsOneByOneGiveWhatAWholePictureGives) {
                                 {64, 64, 200, 20},
                                 {20, 300, 100, 7}}) {
         Buffer source = noise(w, h);
-        std::vector<std::vector<std::uint8_t>> rows[2];
-        const auto keep = [&, width = dw](auto& list) {
-            return [&list, width](int row, const std::uint8_t* pixels) {
-                EXPECT_EQ(row, static_cast<int>(list.size()));
-                list.emplace_back(pixels, pixels + width * 4);
-            };
-        };
+        Buffer fromRows(dw, dh), fromWhole(dw, dh);
+        int expectedRow = 0;
         RowScaler oneByOne(ScaleMapping::whole(w, h, dw, dh));
         for (int y = 0; y < h; ++y)
-            oneByOne.push(source.view().row(y), keep(rows[0]));
+            oneByOne.push(source.view().row(y), [&](int row, const std::uint8_t* pixels) {
+                EXPECT_EQ(row, expectedRow++);
+                std::copy_n(pixels, fromRows.view().rowBytes, fromRows.view().row(row));
+            });
+        EXPECT_EQ(expectedRow, dh);
         RowScaler atOnce(ScaleMapping::whole(w, h, dw, dh));
-        atOnce.pushAll(source.bytes.data(), std::ptrdiff_t{w} * 4, keep(rows[1]));
-        EXPECT_EQ(rows[0].size(), static_cast<std::size_t>(dh));
-        EXPECT_EQ(rows[0], rows[1]) << w << "x" << h << " to " << dw << "x" << dh;
+        atOnce.scaleAll(source.bytes.data(), source.view().rowBytes, fromWhole.bytes.data(),
+                        fromWhole.view().rowBytes);
+        EXPECT_EQ(fromRows.bytes, fromWhole.bytes) << w << "x" << h << " to " << dw << "x" << dh;
     }
 }
 

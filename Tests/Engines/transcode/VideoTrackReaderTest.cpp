@@ -37,8 +37,10 @@ class MadeMovie {
         movie_ = std::move(opened->movie);
     }
 
-    std::unique_ptr<VideoTrackReader> reader(std::size_t keptBytes = 0) const {
-        auto reader = VideoTrackReader::open(*movie_, *movie_->tracks.front(), {{}, keptBytes});
+    std::unique_ptr<VideoTrackReader> reader(std::size_t keptBytes = 0,
+                                             bool singlePictures = false) const {
+        auto reader = VideoTrackReader::open(*movie_, *movie_->tracks.front(),
+                                             {{}, keptBytes, singlePictures});
         EXPECT_TRUE(reader);
         return *std::move(reader);
     }
@@ -83,7 +85,7 @@ TEST_P(EveryCoding, GivesFfmpegsPicturesInAnyOrder) {
     const MadeMovie movie(GetParam().arguments);
     ASSERT_EQ(movie.frameCount(), std::size_t(kFrames));
     for (const std::size_t keptBytes : {std::size_t(0), std::size_t(1) << 20}) {
-        const auto reader = movie.reader(keptBytes);
+        const auto reader = movie.reader(keptBytes, keptBytes > 0);
         for (int i = 0; i < 150; ++i) {
             // Jumps with runs of steps in both directions among them.
             const int n = i % 10 < 5    ? (i * 37 + 11) % kFrames
@@ -108,6 +110,15 @@ INSTANTIATE_TEST_SUITE_P(
                             "hvc1"}},
                     Coding{"syncSamplesOnly", {"-c:v", "mpeg4", "-g", "1"}}),
     [](const auto& named) { return std::string(named.param.name); });
+
+TEST(VideoTrackReader, GivesTheRightFirstPictureNearAndFarFromASyncSample) {
+    const MadeMovie movie({"-c:v", "libx264", "-bf", "3", "-g", "600", "-sc_threshold", "0"});
+    for (const int n : {0, 1, 22, 23, 24, 25, 59}) {
+        const auto reader = movie.reader(0, true);
+        EXPECT_TRUE(movie.isFrame(frame(*reader, n), n)) << n;
+        EXPECT_TRUE(movie.isFrame(frame(*reader, 7), 7)) << "after " << n;
+    }
+}
 
 TEST(VideoTrackReader, SteppingForwardDecodesEachSampleOnce) {
     const MadeMovie movie(kClosedGroups);
