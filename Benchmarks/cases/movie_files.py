@@ -18,9 +18,9 @@ def large_movie(bench):
 
 
 def million_movie(bench):
-    """A million pictures of different sizes, so small (18 MB) that the samples count and not the disk."""
+    """A million tiny pictures of different sizes, 305 MB."""
     return bench.make("million.mov", "-f", "lavfi", "-i", f"testsrc=size=16x16:rate=1000:duration={MILLION // 1000}",
-                      "-c:v", "mpeg4", "-q:v", "31", "-g", "12", "-video_track_timescale", "1000")
+                      "-pix_fmt", "yuvj420p", "-c:v", "mjpeg", "-q:v", "31", "-video_track_timescale", "1000")
 
 
 def settle(bench):
@@ -42,6 +42,15 @@ def flatten(source):
 def faststart(source):
     return lambda bench: ["ffmpeg", "-v", "error", "-nostdin", "-y", "-i", source(bench), "-map", "0", "-c", "copy",
                           "-movflags", "+faststart", bench.out / "flat-peer.mov"]
+
+
+def cp(bench):
+    return ["cp", large_movie(bench), bench.out / "flat-peer.mov"]
+
+
+def cp_to_the_disk(bench):
+    """As lasting as a copy of ours, which takes its destination's place only when it is on the disk."""
+    return ["sh", "-c", 'cp "$0" "$1" && sync "$1"', large_movie(bench), bench.out / "flat-peer.mov"]
 
 
 def check_copy(source):
@@ -80,7 +89,8 @@ CASES = [
     Case(name="flatten-large", title="flatten 3.2 GiB, header in front",
          prepare=large_movie, before_each=settle, ours=flatten(large_movie), check=check_copy(large_movie),
          peers=[Peer("ffmpeg +faststart", faststart(large_movie), [at_least("wall", 1.35), at_most("mebibytes", 16)]),
-                Peer("cp", lambda bench: ["cp", large_movie(bench), bench.out / "flat-peer.mov"], [at_least("wall", 0.91)])]),
+                Peer("cp", cp, [at_least("wall", 0.91)]),
+                Peer("cp, then sync of the copy", cp_to_the_disk, [at_least("wall", 0.91)])]),
     Case(name="flatten-million", title="flatten 1,000,000 samples",
          prepare=million_movie, before_each=settle, ours=flatten(million_movie), check=check_copy(million_movie),
          peers=[Peer("ffmpeg +faststart", faststart(million_movie), [at_least("wall", 20), at_most("memory", 0.3)])]),

@@ -7,30 +7,25 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace TWQuickTime::moviefile {
 namespace {
 
-using result::Expected;
 using result::Failure;
 using result::FailureKind;
 using result::Status;
 
-// From this size on a range is copied by itself instead of being collected with others.
+// From this size on a range is read by itself instead of with what follows it in its store.
 constexpr std::uint64_t largeSizeInBytes = 64 * 1024;
 // Below it sharing extents costs more than it saves.
 constexpr std::uint64_t leastSharedSizeInBytes = 1 << 20;
 constexpr std::uint64_t greatestSharedSizeInBytes = std::uint64_t{256} << 20;
-// Below it a call for the range alone costs more than the way through a block.
-constexpr std::uint64_t leastSizeWithinSystem = 512 * 1024;
-// A copy that is to be stopped waits for one call.
-constexpr std::uint64_t greatestSizeWithinSystem = 4 << 20;
 constexpr std::size_t windowSizeInBytes = 64 * 1024;
 constexpr std::size_t greatestWindowCount = 32;
 // A range that begins this near behind a window is taken for the continuation of a sequence.
 constexpr std::uint64_t greatestGapInBytes = 64 * 1024;
 constexpr std::uint64_t reportDistanceInBytes = 4 << 20;
-constexpr std::uint64_t writeBackDistanceInBytes = 16 << 20;
 
 bool cloneRange(int source, std::uint64_t sourceOffset, int destination,
                 std::uint64_t destinationOffset, std::uint64_t sizeInBytes) {
@@ -46,12 +41,9 @@ bool cloneRange(int source, std::uint64_t sourceOffset, int destination,
 
 DataCopier::DataCopier(Storage& destination, std::uint64_t offset, Progress progress)
     : destination_(destination),
+      writer_(destination, offset),
       progress_(std::move(progress)),
-      start_(offset),
-      writtenEnd_(offset),
-      writtenBackEnd_(offset) {
-    buffer_.reserve(blockSizeInBytes);
-}
+      start_(offset) {}
 
 Status DataCopier::add(const timeline::SampleStore& store, std::uint64_t offset,
                        std::uint64_t sizeInBytes) {
@@ -70,27 +62,35 @@ Status DataCopier::add(const timeline::SampleStore& store, std::uint64_t offset,
 Status DataCopier::finish() {
     if (Status copied = copyPending(); !copied)
         return copied;
-    return flush();
+    return writer_.flush();
 }
 
 Status DataCopier::copyPending() {
-    const Range range = pending_;
-    pending_ = {};
-    if (range.sizeInBytes == 0)
-        return {};
-    return range.sizeInBytes < largeSizeInBytes ? copySmall(range) : copyLarge(range);
-}
-
-Status DataCopier::copySmall(const Range& range) {
-    if (buffer_.size() + range.sizeInBytes > blockSizeInBytes) {
-        if (Status flushed = flush(); !flushed)
-            return flushed;
+    Range range = std::exchange(pending_, {});
+    if (sharing_ && range.sizeInBytes >= leastSharedSizeInBytes) {
+        if (Status shared = shareExtents(range); !shared)
+            return shared;
     }
-    const std::size_t held = buffer_.size();
-    buffer_.resize(held + static_cast<std::size_t>(range.sizeInBytes));
-    return readSmall(range, std::span(buffer_).subspan(held));
+    const bool isLarge = range.sizeInBytes >= largeSizeInBytes;
+    while (range.sizeInBytes != 0) {
+        const std::span<std::byte> room = writer_.room();
+        const auto size =
+            static_cast<std::size_t>(std::min<std::uint64_t>(range.sizeInBytes, room.size()));
+        const Status read = isLarge ? range.store->read(range.offset, room.first(size))
+                                    : readSmall(range, room.first(size));
+        if (!read)
+            return read;
+        if (Status taken = writer_.take(size); !taken)
+            return taken;
+        range.offset += size;
+        range.sizeInBytes -= size;
+        if (Status reported = report(); !reported)
+            return reported;
+    }
+    return {};
 }
 
+/// Reads the beginning of the range.
 Status DataCopier::readSmall(const Range& range, std::span<std::byte> into) {
     const Window* window = windowFor(range);
     if (!window)
@@ -135,94 +135,33 @@ DataCopier::Window* DataCopier::windowFor(const Range& range) {
     return nullptr;
 }
 
-Status DataCopier::copyLarge(Range range) {
-    if (Status flushed = flush(); !flushed)
+/// Shares what can be shared of the beginning of the range, and takes it off.
+Status DataCopier::shareExtents(Range& range) {
+    const int source = range.store->descriptor();
+    const int destination = destination_.fileDescriptor();
+    sharing_ = source >= 0 && destination >= 0;
+    if (!sharing_ || range.offset % sharingUnitInBytes != 0 ||
+        writer_.offset() % sharingUnitInBytes != 0)
+        return {};
+    if (Status flushed = writer_.flush(); !flushed)
         return flushed;
-    while (range.sizeInBytes != 0) {
-        std::uint64_t done = shareExtents(range);
-        if (done == 0)
-            done = copyWithinSystem(range);
-        if (done == 0) {
-            const Expected<std::uint64_t> copied = copyBlock(range);
-            if (!copied)
-                return copied.failure();
-            done = *copied;
-        }
-        range.offset += done;
-        range.sizeInBytes -= done;
-        if (Status advanced = advance(done); !advanced)
-            return advanced;
+    while (range.sizeInBytes >= leastSharedSizeInBytes) {
+        const std::uint64_t size = std::min(range.sizeInBytes, greatestSharedSizeInBytes) /
+                                   sharingUnitInBytes * sharingUnitInBytes;
+        sharing_ = cloneRange(source, range.offset, destination, writer_.offset(), size);
+        if (!sharing_)
+            return {};
+        writer_.skip(size);
+        range.offset += size;
+        range.sizeInBytes -= size;
+        if (Status reported = report(); !reported)
+            return reported;
     }
     return {};
 }
 
-/// @return how many bytes were shared; 0 where the beginning of the range has to be copied
-std::uint64_t DataCopier::shareExtents(const Range& range) {
-    if (!sharing_ || range.sizeInBytes < leastSharedSizeInBytes ||
-        range.offset % sharingUnitInBytes != 0 || writtenEnd_ % sharingUnitInBytes != 0)
-        return 0;
-    const std::uint64_t size = std::min(range.sizeInBytes, greatestSharedSizeInBytes) /
-                               sharingUnitInBytes * sharingUnitInBytes;
-    const int source = range.store->descriptor();
-    const int destination = destination_.fileDescriptor();
-    if (source >= 0 && destination >= 0 &&
-        cloneRange(source, range.offset, destination, writtenEnd_, size))
-        return size;
-    sharing_ = false;
-    return 0;
-}
-
-/// Spares the way through a buffer of ours.
-/// @return how many bytes were copied; 0 where the beginning of the range has to be read
-std::uint64_t DataCopier::copyWithinSystem(const Range& range) {
-    const int source = range.store->descriptor();
-    const int destination = destination_.fileDescriptor();
-    if (!withinSystem_ || range.sizeInBytes < leastSizeWithinSystem || source < 0 ||
-        destination < 0)
-        return 0;
-    auto from = static_cast<off_t>(range.offset);
-    auto to = static_cast<off_t>(writtenEnd_);
-    const ssize_t copied = ::copy_file_range(
-        source, &from, destination, &to,
-        static_cast<std::size_t>(std::min(range.sizeInBytes, greatestSizeWithinSystem)), 0);
-    // Files of two file systems, a full disk, a source that is too short: reading and writing the
-    // range finds what is wrong with it.
-    withinSystem_ = copied > 0;
-    return withinSystem_ ? static_cast<std::uint64_t>(copied) : 0;
-}
-
-/// @return the size of the block
-Expected<std::uint64_t> DataCopier::copyBlock(const Range& range) {
-    // Blocks of the source that are whole spare the system a second look at a page.
-    const std::uint64_t toEdge = blockSizeInBytes - range.offset % blockSizeInBytes;
-    const std::uint64_t size = std::min(range.sizeInBytes, toEdge);
-    buffer_.resize(static_cast<std::size_t>(size));
-    Status moved = range.store->read(range.offset, buffer_);
-    if (moved)
-        moved = destination_.write(writtenEnd_, buffer_);
-    buffer_.clear();
-    if (!moved)
-        return moved.failure();
-    return size;
-}
-
-Status DataCopier::flush() {
-    if (buffer_.empty())
-        return {};
-    if (Status written = destination_.write(writtenEnd_, buffer_); !written)
-        return written;
-    const std::uint64_t size = buffer_.size();
-    buffer_.clear();
-    return advance(size);
-}
-
-Status DataCopier::advance(std::uint64_t sizeInBytes) {
-    writtenEnd_ += sizeInBytes;
-    if (writtenEnd_ - writtenBackEnd_ >= writeBackDistanceInBytes) {
-        destination_.beginWriteBack(writtenBackEnd_, writtenEnd_ - writtenBackEnd_);
-        writtenBackEnd_ = writtenEnd_;
-    }
-    const std::uint64_t copied = writtenEnd_ - start_;
+Status DataCopier::report() {
+    const std::uint64_t copied = writer_.offset() - start_;
     if (!progress_ || copied < nextReport_)
         return {};
     nextReport_ = copied + reportDistanceInBytes;

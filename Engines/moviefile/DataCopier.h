@@ -1,10 +1,9 @@
 // Copies ranges of sample stores, one behind the other, into a file.
 //
 // Ranges that follow each other in a store become one copy. Large copies share the source's extents
-// where the file system can do that, else the system copies them from file to file, or they go
-// through one block of 256 KiB, which stays in the processor's cache; small ones are collected,
-// read through windows, so that a million of them cost no million of system calls. Memory is
-// bounded by the number of windows.
+// where the file system can do that, else they are read into blocks that are written meanwhile;
+// small ones are read through windows, so that a million of them cost no million of system calls.
+// Memory is bounded by the number of windows.
 //
 //     DataCopier copier(file, offset);
 //     for (…) if (Status added = copier.add(store, from, count); !added) return added;
@@ -16,6 +15,7 @@
 #include <functional>
 #include <vector>
 
+#include "Engines/moviefile/BlockWriter.h"
 #include "Engines/moviefile/Storage.h"
 #include "Engines/timeline/SampleStore.h"
 
@@ -23,8 +23,6 @@ namespace TWQuickTime::moviefile {
 
 class DataCopier {
   public:
-    static constexpr std::size_t blockSizeInBytes = 256 * 1024;
-
     /// Called with the bytes copied so far, about every four megabytes; false stops the copy with
     /// `cancelled`.
     using Progress = std::function<bool(std::uint64_t bytesCopied)>;
@@ -39,7 +37,7 @@ class DataCopier {
     result::Status finish();
 
     /// Where the next byte goes in the destination.
-    std::uint64_t offset() const { return writtenEnd_ + buffer_.size() + pending_.sizeInBytes; }
+    std::uint64_t offset() const { return writer_.offset() + pending_.sizeInBytes; }
 
   private:
     struct Range {
@@ -56,28 +54,20 @@ class DataCopier {
     };
 
     result::Status copyPending();
-    result::Status copySmall(const Range& range);
-    result::Status copyLarge(Range range);
     result::Status readSmall(const Range& range, std::span<std::byte> into);
     Window* windowFor(const Range& range);
-    std::uint64_t shareExtents(const Range& range);
-    std::uint64_t copyWithinSystem(const Range& range);
-    result::Expected<std::uint64_t> copyBlock(const Range& range);
-    result::Status flush();
-    result::Status advance(std::uint64_t sizeInBytes);
+    result::Status shareExtents(Range& range);
+    result::Status report();
 
     Storage& destination_;
+    BlockWriter writer_;
     Progress progress_;
     std::uint64_t start_;
-    std::uint64_t writtenEnd_;
-    std::uint64_t writtenBackEnd_;
     std::uint64_t nextReport_ = 0;
-    std::vector<std::byte> buffer_;  ///< collected, not yet written
     Range pending_;
     std::vector<Window> windows_;
     std::uint64_t uses_ = 0;
-    bool sharing_ = true;       ///< until the file system says no
-    bool withinSystem_ = true;  ///< until the system says no
+    bool sharing_ = true;  ///< until the file system says no
 };
 
 /// Whether the destination can share extents with the source at all; asks by sharing one block,

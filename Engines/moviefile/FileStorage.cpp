@@ -61,6 +61,8 @@ FileStorage::FileStorage(int fileDescriptor, std::string path)
 // Data that must not be lost was synced before; what close would still report comes too late.
 FileStorage::~FileStorage() {
     ::close(descriptor_);
+    if (uncached_.value_or(-1) >= 0)
+        ::close(*uncached_);
 }
 
 Expected<std::unique_ptr<FileStorage>> FileStorage::open(const std::string& path, Access access) {
@@ -128,6 +130,49 @@ Status FileStorage::write(std::uint64_t offset, std::span<const std::byte> bytes
         done += static_cast<std::size_t>(count);
     }
     return {};
+}
+
+Status FileStorage::writeUncached(std::uint64_t offset, std::span<const std::byte> bytes) {
+    const std::size_t toUnit = static_cast<std::size_t>(-offset % uncachedUnitInBytes);
+    const bool liesAlike =
+        (reinterpret_cast<std::uintptr_t>(bytes.data()) - offset) % uncachedUnitInBytes == 0;
+    if (!liesAlike || toUnit >= bytes.size() || !fitsFileOffset(offset, bytes.size()))
+        return write(offset, bytes);
+    if (Status written = write(offset, bytes.first(toUnit)); !written)
+        return written;
+    const std::size_t done = toUnit + writeWholeUnits(offset + toUnit, bytes.subspan(toUnit));
+    // What could not be written may still fit through the cache; else this tells what is wrong.
+    if (Status written = write(offset + done, bytes.subspan(done)); !written)
+        return written;
+    beginWriteBack(offset, bytes.size());
+    return {};
+}
+
+/// @return how many bytes from the beginning are written
+std::size_t FileStorage::writeWholeUnits(std::uint64_t offset, std::span<const std::byte> bytes) {
+    std::size_t done = 0;
+    while (bytes.size() - done >= uncachedUnitInBytes && opensUncached()) {
+        const std::size_t whole = (bytes.size() - done) / uncachedUnitInBytes * uncachedUnitInBytes;
+        const ssize_t count =
+            ::pwrite(*uncached_, bytes.data() + done, whole, static_cast<off_t>(offset + done));
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count <= 0)
+            break;
+        done += static_cast<std::size_t>(count);
+    }
+    return done;
+}
+
+/// The flag would hold for every access through the descriptor, so that it is set on a second one,
+/// which must not be allowed more than the first.
+bool FileStorage::opensUncached() {
+    if (!uncached_) {
+        const bool mayWrite = (::fcntl(descriptor_, F_GETFL) & O_ACCMODE) != O_RDONLY;
+        const std::string self = "/proc/self/fd/" + std::to_string(descriptor_);
+        uncached_ = mayWrite ? openWithoutInterruption(self, O_WRONLY | O_DIRECT) : -1;
+    }
+    return *uncached_ >= 0;
 }
 
 Status FileStorage::sync() {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "Engines/moviefile/Storage.h"
@@ -36,6 +37,7 @@ class FileStorage final : public Storage {
     result::Expected<std::size_t> read(std::uint64_t offset,
                                        std::span<std::byte> into) const override;
     result::Status write(std::uint64_t offset, std::span<const std::byte> bytes) override;
+    result::Status writeUncached(std::uint64_t offset, std::span<const std::byte> bytes) override;
     result::Status sync() override;
     void beginWriteBack(std::uint64_t offset, std::uint64_t sizeInBytes) override;
     result::Status truncate(std::uint64_t sizeInBytes) override;
@@ -43,8 +45,11 @@ class FileStorage final : public Storage {
 
   private:
     result::Failure failure(const char* what, int systemError) const;
+    bool opensUncached();
+    std::size_t writeWholeUnits(std::uint64_t offset, std::span<const std::byte> bytes);
 
     int descriptor_;
+    std::optional<int> uncached_;  ///< the same file past the cache; -1: it cannot do that
     std::string path_;
 };
 

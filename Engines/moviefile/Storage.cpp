@@ -4,6 +4,10 @@
 
 namespace TWQuickTime::moviefile {
 
+result::Status Storage::writeUncached(std::uint64_t offset, std::span<const std::byte> bytes) {
+    return write(offset, bytes);
+}
+
 void Storage::beginWriteBack(std::uint64_t, std::uint64_t) {}
 
 result::Status Storage::readExactly(std::uint64_t offset, std::span<std::byte> into) const {

@@ -19,6 +19,9 @@
 
 namespace TWQuickTime::moviefile {
 
+/// Both in memory and in a file, the granularity of what can be written past the system's cache.
+constexpr std::size_t uncachedUnitInBytes = 4096;
+
 /// The contract of a storage. Changes belong to one thread at a time; reads and questions may come
 /// from any thread meanwhile.
 class Storage {
@@ -40,6 +43,11 @@ class Storage {
     /// Writes all the bytes, growing the storage where they reach past its end (a gap reads as
     /// zeros). On failure any part of them may have been written.
     virtual result::Status write(std::uint64_t offset, std::span<const std::byte> bytes) = 0;
+
+    /// `write`, for bytes that nobody is going to read soon: a file's go past the system's cache of
+    /// file contents where it can do that. For that, `bytes` must lie as far behind a multiple of
+    /// `uncachedUnitInBytes` in memory as they will in the storage, and be many.
+    virtual result::Status writeUncached(std::uint64_t offset, std::span<const std::byte> bytes);
 
     /// Returns when everything written so far would survive a power failure.
     virtual result::Status sync() = 0;

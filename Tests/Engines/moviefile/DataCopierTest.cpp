@@ -80,8 +80,8 @@ TEST(DataCopier, RangesThatFollowEachOtherAreOneCopyInBlocks) {
         ASSERT_TRUE(copier.add(store, offset, 1000));
     ASSERT_TRUE(copier.finish());
     EXPECT_EQ(destination.contents(), bytes);
-    EXPECT_LE(store.reads, bytes.size() / DataCopier::blockSizeInBytes + 2);
-    EXPECT_LE(destination.operationCount(), bytes.size() / DataCopier::blockSizeInBytes + 2);
+    EXPECT_LE(store.reads, bytes.size() / BlockWriter::blockSizeInBytes + 2);
+    EXPECT_LE(destination.operationCount(), bytes.size() / BlockWriter::blockSizeInBytes + 2);
 }
 
 TEST(DataCopier, ManySmallRangesOfTwoInterleavedSequencesNeedFewReads) {
@@ -190,6 +190,20 @@ TEST(DataCopier, AFullDiskIsReturned) {
     const Status finished = copier.finish();
     ASSERT_FALSE(finished);
     EXPECT_EQ(finished.failure().systemError, ENOSPC);
+}
+
+TEST(DataCopier, AWriteThatFailsBehindTheCallersBackIsReturned) {
+    const CountingStore store(randomBytes(9'000'000));
+    for (std::size_t failing = 0; failing < 5; ++failing) {
+        MemoryStorage destination;
+        destination.failOperation(failing, EIO, 100);
+        DataCopier copier(destination, 3);
+        Status copied = copier.add(store, 0, store.size());
+        if (copied)
+            copied = copier.finish();
+        ASSERT_FALSE(copied) << failing;
+        EXPECT_EQ(copied.failure().systemError, EIO);
+    }
 }
 
 TEST(DataCopier, TellsItsProgressAndStopsWhenAsked) {

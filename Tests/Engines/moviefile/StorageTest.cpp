@@ -4,9 +4,13 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
+#include <functional>
+#include <memory>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -21,6 +25,34 @@ namespace {
 
 using result::FailureKind;
 using TWQuickTime::test::TemporaryDirectory;
+
+/// Bytes that lie as they will in the file, which is what goes past the cache.
+class AlignedBytes {
+  public:
+    AlignedBytes(std::uint64_t offset, std::size_t size)
+        : bytes_(static_cast<std::byte*>(
+                     std::aligned_alloc(uncachedUnitInBytes, std::size_t{1} << 20)),
+                 &std::free),
+          all_(bytes_.get() + offset % uncachedUnitInBytes, size) {
+        for (std::size_t i = 0; i < size; ++i)
+            all_[i] = static_cast<std::byte>(i * 7 + offset);
+    }
+    std::span<const std::byte> all() const { return all_; }
+
+  private:
+    std::unique_ptr<std::byte, void (*)(void*)> bytes_;
+    std::span<std::byte> all_;
+};
+
+/// What the child process says of itself: whether all was as expected there.
+bool holdsInAProcessOfItsOwn(const std::function<bool()>& expectation) {
+    const pid_t child = fork();
+    if (child == 0)
+        _exit(expectation() ? 0 : 1);
+    int status = 0;
+    return child > 0 && waitpid(child, &status, 0) == child && WIFEXITED(status) &&
+           WEXITSTATUS(status) == 0;
+}
 
 TEST(FileStorage, ReadsBackWhatWasWrittenAndFillsGapsWithZeros) {
     const TemporaryDirectory folder;
@@ -104,22 +136,91 @@ TEST(FileStorage, DoesNotLeakItsDescriptorIntoOtherPrograms) {
 TEST(FileStorage, AWriteThatTheSystemCutsShortIsContinuedAndItsFailureReported) {
     const TemporaryDirectory folder;
     const std::string path = folder.file("limited");
-    const pid_t child = fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
+    EXPECT_TRUE(holdsInAProcessOfItsOwn([&] {
         std::signal(SIGXFSZ, SIG_IGN);
         const rlimit limit{1000, 1000};
         setrlimit(RLIMIT_FSIZE, &limit);
         auto file = FileStorage::createNew(path);
         // The first system call writes up to the limit, the second one is refused.
-        const bool asExpected =
-            file && (*file)->write(600, Bytes(800)).failure().kind == FailureKind::noSpace;
-        _exit(asExpected ? 0 : 1);
-    }
-    int status = 0;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+        return file && (*file)->write(600, Bytes(800)).failure().kind == FailureKind::noSpace;
+    }));
     EXPECT_EQ(std::filesystem::file_size(path), 1000u);
+}
+
+TEST(FileStorage, WhatGoesPastTheCacheIsReadBackWhereverItBeginsAndEnds) {
+    const TemporaryDirectory folder;
+    auto file = FileStorage::createNew(folder.file("a"));
+    ASSERT_TRUE(file);
+    Bytes expected;
+    for (const auto& [offset, size] : {std::pair{0, 8192},
+                                       {8192, 1},
+                                       {8193, 300'000},
+                                       {4096, 4096},
+                                       {308'193, 4095 + 3 * 4096},
+                                       {330'000, 10}}) {
+        const AlignedBytes bytes(static_cast<std::uint64_t>(offset),
+                                 static_cast<std::size_t>(size));
+        const auto written =
+            (*file)->writeUncached(static_cast<std::uint64_t>(offset), bytes.all());
+        ASSERT_TRUE(written) << written.failure().message;
+        expected.resize(std::max(expected.size(), static_cast<std::size_t>(offset + size)));
+        std::copy(bytes.all().begin(), bytes.all().end(), expected.begin() + offset);
+        // Written through the cache in between, and read through it.
+        ASSERT_TRUE((*file)->write(expected.size(), bytesOf("abc")));
+        expected.insert(expected.end(), {std::byte{'a'}, std::byte{'b'}, std::byte{'c'}});
+    }
+    Bytes all(expected.size());
+    ASSERT_TRUE((*file)->readExactly(0, all));
+    EXPECT_TRUE(all == expected);
+    EXPECT_EQ(*(*file)->sizeInBytes(), expected.size());
+}
+
+TEST(FileStorage, BytesThatLieOtherwiseThanInTheFileAreWrittenAllTheSame) {
+    const TemporaryDirectory folder;
+    auto file = FileStorage::createNew(folder.file("a"));
+    ASSERT_TRUE(file);
+    const AlignedBytes bytes(1, 20'000);
+    ASSERT_TRUE((*file)->writeUncached(4096, bytes.all()));
+    Bytes read(bytes.all().size());
+    ASSERT_TRUE((*file)->readExactly(4096, read));
+    EXPECT_TRUE(std::equal(read.begin(), read.end(), bytes.all().begin()));
+}
+
+TEST(FileStorage, WhereNothingGoesPastTheCacheTheBytesAreWrittenAllTheSame) {
+    const TemporaryDirectory folder;
+    const std::string path = folder.file("a");
+    EXPECT_TRUE(holdsInAProcessOfItsOwn([&] {
+        auto file = FileStorage::createNew(path);
+        // No second descriptor can be opened.
+        const auto used = static_cast<rlim_t>((*file)->fileDescriptor() + 1);
+        const rlimit limit{used, used};
+        setrlimit(RLIMIT_NOFILE, &limit);
+        const AlignedBytes bytes(5, 20'000);
+        return (*file)->writeUncached(5, bytes.all()) && (*file)->writeUncached(5, bytes.all());
+    }));
+    EXPECT_EQ(std::filesystem::file_size(path), 20'005u);
+}
+
+TEST(FileStorage, AWritePastTheCacheFailsAsAnyOther) {
+    const TemporaryDirectory folder;
+    const std::string path = folder.file("limited");
+    EXPECT_TRUE(holdsInAProcessOfItsOwn([&] {
+        std::signal(SIGXFSZ, SIG_IGN);
+        const rlimit limit{10'000, 10'000};
+        setrlimit(RLIMIT_FSIZE, &limit);
+        auto file = FileStorage::createNew(path);
+        const AlignedBytes bytes(600, 40'000);
+        return file &&
+               (*file)->writeUncached(600, bytes.all()).failure().kind == FailureKind::noSpace;
+    }));
+    EXPECT_EQ(std::filesystem::file_size(path), 10'000u);
+
+    auto file = FileStorage::open(path, Access::read);
+    ASSERT_TRUE(file);
+    const AlignedBytes bytes(0, 8192);
+    EXPECT_EQ((*file)->writeUncached(0, bytes.all()).failure().kind, FailureKind::permission);
+    EXPECT_EQ((*file)->writeUncached(std::uint64_t{1} << 63, bytes.all()).failure().kind,
+              FailureKind::noSpace);
 }
 
 TEST(MemoryStorage, StopsInTheMiddleOfAWriteForGood) {
