@@ -3,6 +3,11 @@
 #include <algorithm>
 
 namespace TWQuickTime::moviefile {
+namespace {
+
+constexpr std::size_t wideHeaderSizeInBytes = 16;
+
+}  // namespace
 
 const SharedBytes* DescriptionExtensions::find(FourCharCode type) const {
     const auto found =
@@ -29,7 +34,8 @@ DescriptionExtensions readExtensions(const SharedBytes& bytes) {
     DescriptionExtensions extensions;
     AtomWalker walker(bytes, 0);
     while (const auto atom = walker.next())
-        extensions.list.push_back({atom->type, atom->payload()});
+        extensions.list.push_back(
+            {atom->type, atom->payload(), atom->headerSizeInBytes == wideHeaderSizeInBytes});
     extensions.stray = walker.stray();
     return extensions;
 }
@@ -37,8 +43,14 @@ DescriptionExtensions readExtensions(const SharedBytes& bytes) {
 void appendExtensions(std::vector<std::byte>& out, const DescriptionExtensions& extensions) {
     FieldWriter writer(out);
     for (const DescriptionExtension& entry : extensions.list) {
-        writer.field("size", static_cast<std::uint32_t>(entry.data.size() + 8));
-        writer.field("type", entry.type);
+        if (entry.wideHeader) {
+            writer.field("size", std::uint32_t{1});
+            writer.field("type", entry.type);
+            writer.field("wideSize", std::uint64_t{entry.data.size() + wideHeaderSizeInBytes});
+        } else {
+            writer.field("size", static_cast<std::uint32_t>(entry.data.size() + 8));
+            writer.field("type", entry.type);
+        }
         writer.remainder("data", entry.data);
     }
     writer.remainder("stray", extensions.stray);

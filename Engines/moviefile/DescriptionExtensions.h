@@ -10,7 +10,8 @@ namespace TWQuickTime::moviefile {
 
 struct DescriptionExtension {
     FourCharCode type = 0;
-    SharedBytes data;  ///< without the header
+    SharedBytes data;         ///< without the header
+    bool wideHeader = false;  ///< stored with a size of 64 bits, needed or not
     bool operator==(const DescriptionExtension&) const = default;
 };
 

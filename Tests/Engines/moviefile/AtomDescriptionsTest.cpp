@@ -332,6 +332,20 @@ TEST(VideoDescription, KeepsTheColourTableTheExtensionsAndTheEnd) {
     EXPECT_EQ(buildDescription(*read), built);
 }
 
+TEST(VideoDescription, AnExtensionKeepsItsHeaderOf64Bits) {
+    VideoDescription video;
+    video.extensions.list.push_back({fourCharCode("what"), countingBytes(3), true});
+    setExtension(video.extensions, FieldInformation{2, 9});
+    const auto built = buildDescription(video);
+    EXPECT_EQ(built.bytes().size(), 86u + 19 + 10);
+    auto read = readVideoDescription(built);
+    ASSERT_TRUE(read) << read.failure().message;
+    EXPECT_EQ(*read->extensions.find(fourCharCode("what")), countingBytes(3));
+    EXPECT_EQ(buildDescription(*read), built);
+    read->extensions.set(fourCharCode("what"), countingBytes(4));
+    EXPECT_EQ(buildDescription(*read).bytes().size(), built.bytes().size() + 1);
+}
+
 TEST(VideoDescription, ShorterThanItsFieldsIsDamaged) {
     const timeline::SampleDescription bytes(countingBytes(60));
     const auto read = readVideoDescription(bytes);
