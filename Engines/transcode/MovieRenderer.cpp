@@ -66,6 +66,15 @@ Extent extentOf(const timeline::Track& track, const timeline::Movie& movie) {
                       fixed(track.dimensions.height));
 }
 
+/// Pixels of its own; the canvas has one plane of four bytes a pixel.
+Expected<VideoFrame> duplicate(const VideoFrame& canvas) {
+    auto copy = VideoFrame::allocate(canvas.format(), canvas.width(), canvas.height());
+    for (int y = 0; copy && y < canvas.height(); ++y) {
+        std::memcpy(copy->writableRow(0, y), canvas.row(0, y), std::size_t(canvas.width()) * 4);
+    }
+    return copy;
+}
+
 int evenUp(int value, bool wanted) {
     return wanted ? (value + 1) & ~1 : value;
 }
@@ -143,7 +152,8 @@ void MovieRenderer::layOut(const timeline::Movie& movie, const RenderOptions& op
     const Affine placement = placementOf(only, movie);
     const bool copies = layers_.front().mode.mode == GraphicsMode::copy ||
                         layers_.front().mode.mode == GraphicsMode::ditherCopy;
-    direct_ = layers_.size() == 1 && placement.isUpright() && copies;
+    direct_ =
+        layers_.size() == 1 && placement.isUpright() && copies && !ClipMask::isNeeded(movie, only);
     const bool unscaled = placement.a == 1 && placement.d == 1;
     if (direct_ && options.storedSize && options.width <= 0 && options.height <= 0 && unscaled &&
         showsStoredPixels(only, description)) {
@@ -164,6 +174,7 @@ void MovieRenderer::layOut(const timeline::Movie& movie, const RenderOptions& op
     for (Layer& layer : layers_) {
         const Affine toCanvas{scaleX, 0, 0, scaleY, -box.left * scaleX, -box.top * scaleY};
         layer.forward = placementOf(layer.reader->track(), movie).then(toCanvas);
+        layer.clip = ClipMask::make(movie, layer.reader->track(), toCanvas, width_, height_);
     }
 }
 
@@ -236,6 +247,21 @@ Expected<VideoFrame> MovieRenderer::blankCanvas() const {
 }
 
 Status MovieRenderer::draw(Layer& layer, const VideoFrame& frame, VideoFrame& canvas) {
+    if (!layer.clip) {
+        return drawWhole(layer, frame, canvas);
+    }
+    auto before = duplicate(canvas);
+    if (!before) {
+        return before.failure();
+    }
+    if (auto status = drawWhole(layer, frame, canvas); !status) {
+        return status;
+    }
+    layer.clip->restore(canvas, *before);
+    return {};
+}
+
+Status MovieRenderer::drawWhole(Layer& layer, const VideoFrame& frame, VideoFrame& canvas) {
     auto part = shownPart(frame, layer.reader->description(), layer.reader->track());
     if (!part) {
         return part.failure();

@@ -1,7 +1,8 @@
 // What a movie shows at a time, as one picture.
 //
-// All enabled visual tracks are composed by layer, matrix and graphics mode into the movie box.
-// A movie of one upright track is not composed: its decoder's frames are handed on as they are.
+// All enabled visual tracks are composed by layer, matrix, graphics mode and clip into the movie
+// box. A movie of one upright track is not composed: its decoder's frames are handed on as they
+// are.
 //
 //     auto renderer = MovieRenderer::open(movie, {.width = 320, .height = 240});
 //     auto picture = (*renderer)->renderFrame({5, 2}, PixelFormat::bgra32());
@@ -16,6 +17,7 @@
 
 #include "Engines/codec/PixelConverter.h"
 #include "Engines/timeline/Movie.h"
+#include "Engines/transcode/ClipMask.h"
 #include "Engines/transcode/Compositing.h"
 #include "Engines/transcode/VideoTrackReader.h"
 
@@ -76,6 +78,7 @@ class MovieRenderer {
         /// From track pixels to canvas pixels, column vectors: x' = a·x + c·y + x0.
         Affine forward;
         DrawingMode mode;
+        std::optional<ClipMask> clip;
         codec::PixelConverter converter;
     };
 
@@ -83,6 +86,8 @@ class MovieRenderer {
     void chooseTimeScale(const timeline::Movie& movie);
     result::Expected<codec::VideoFrame> blankCanvas() const;
     result::Status draw(Layer& layer, const codec::VideoFrame& frame, codec::VideoFrame& canvas);
+    result::Status drawWhole(Layer& layer, const codec::VideoFrame& frame,
+                             codec::VideoFrame& canvas);
 
     std::vector<Layer> layers_;  ///< back to front
     bool direct_ = false;
