@@ -1,11 +1,13 @@
 #include "Engines/codec/SoundDecoder.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "Engines/codec/Private/CodecMap.h"
 #include "Engines/codec/Private/DecoderConfiguration.h"
 #include "Engines/codec/Private/Native.h"
 #include "Engines/codec/Private/SampleTypeConverter.h"
+#include "Engines/codec/SpeechFrames.h"
 
 namespace TWQuickTime::codec {
 
@@ -18,23 +20,17 @@ namespace {
 
 class NativeSoundDecoder : public SoundDecoder {
   public:
-    explicit NativeSoundDecoder(CodecContextPointer context)
-        : context_(std::move(context)), packet_(av_packet_alloc()), frame_(av_frame_alloc()) {}
+    NativeSoundDecoder(CodecContextPointer context, std::optional<SpeechCodec> speech)
+        : context_(std::move(context)),
+          speech_(speech),
+          packet_(av_packet_alloc()),
+          frame_(av_frame_alloc()) {}
 
     Status decode(const Packet& packet, SoundBlock& block) override {
-        if (packet.bytes.empty()) {
-            return {};
-        }
         if (packet.bytes.size() > (1u << 28)) {
             return Failure{FailureKind::limit, "a sound packet of more than 256 MiB"};
         }
-        av_packet_unref(packet_.get());
-        if (const int error = av_new_packet(packet_.get(), static_cast<int>(packet.bytes.size()));
-            error < 0) {
-            return nativeFailure(error, "av_new_packet");
-        }
-        std::memcpy(packet_->data, packet.bytes.data(), packet.bytes.size());
-        return feed(packet_.get(), block);
+        return speech_ ? decodeSpeech(packet.bytes, block) : decodeWhole(packet.bytes, block);
     }
 
     Status drain(SoundBlock& block) override { return feed(nullptr, block); }
@@ -45,6 +41,34 @@ class NativeSoundDecoder : public SoundDecoder {
     double sampleRate() const override { return context_->sample_rate; }
 
   private:
+    Status decodeWhole(Bytes bytes, SoundBlock& block) {
+        if (bytes.empty()) {
+            return {};
+        }
+        av_packet_unref(packet_.get());
+        if (const int error = av_new_packet(packet_.get(), static_cast<int>(bytes.size()));
+            error < 0) {
+            return nativeFailure(error, "av_new_packet");
+        }
+        std::memcpy(packet_->data, bytes.data(), bytes.size());
+        return feed(packet_.get(), block);
+    }
+
+    /// Frame by frame. One that cannot be decoded is silence, so that the others keep their times.
+    Status decodeSpeech(Bytes bytes, SoundBlock& block) {
+        const auto perFrame = std::size_t(speech_->samplesPerFrame());
+        while (!bytes.empty()) {
+            const std::size_t size = std::min(speech_->frameSize(bytes.front()), bytes.size());
+            const std::size_t wanted = block.samples.size() + perFrame;
+            static_cast<void>(decodeWhole(bytes.first(size), block).ok());
+            block.channels = 1;
+            block.sampleRate = speech_->sampleRate();
+            block.samples.resize(wanted);
+            bytes = bytes.subspan(size);
+        }
+        return {};
+    }
+
     Status feed(AVPacket* packet, SoundBlock& block) {
         int error = avcodec_send_packet(context_.get(), packet);
         if (error < 0 && error != AVERROR_EOF) {
@@ -77,6 +101,7 @@ class NativeSoundDecoder : public SoundDecoder {
     }
 
     CodecContextPointer context_;
+    std::optional<SpeechCodec> speech_;
     PacketPointer packet_;
     FramePointer frame_;
     SampleTypeConverter converter_;
@@ -105,6 +130,12 @@ Expected<std::unique_ptr<SoundDecoder>> SoundDecoder::open(Bytes record) {
         av_channel_layout_default(&context->ch_layout, description->channels);
     }
     context->sample_rate = static_cast<int>(description->sampleRate);
+    const std::optional<SpeechCodec> speech = speechCodec(description->format);
+    if (speech) {
+        // Whatever the description says; many writers put two channels there.
+        av_channel_layout_default(&context->ch_layout, 1);
+        context->sample_rate = speech->sampleRate();
+    }
     context->bits_per_coded_sample = description->bitsPerSample;
     const SoundPacking packing = soundPacking(*description);
     if (packing.bytesPerPacket > 0 && packing.bytesPerPacket < (1u << 20)) {
@@ -120,7 +151,8 @@ Expected<std::unique_ptr<SoundDecoder>> SoundDecoder::open(Bytes record) {
     if (const int error = avcodec_open2(context.get(), codec, nullptr); error < 0) {
         return nativeFailure(error, std::string("opening decoder ") + codec->name);
     }
-    return std::unique_ptr<SoundDecoder>(std::make_unique<NativeSoundDecoder>(std::move(context)));
+    return std::unique_ptr<SoundDecoder>(
+        std::make_unique<NativeSoundDecoder>(std::move(context), speech));
 }
 
 }  // namespace TWQuickTime::codec
