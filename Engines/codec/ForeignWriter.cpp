@@ -1,8 +1,13 @@
 #include "Engines/codec/ForeignWriter.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "Engines/codec/Private/Native.h"
+
+extern "C" {
+#include <libavutil/intreadwrite.h>
+}
 
 namespace TWQuickTime::codec {
 
@@ -10,6 +15,24 @@ using result::Expected;
 using result::Failure;
 using result::FailureKind;
 using result::Status;
+
+namespace {
+
+/// Hands the muxer what is not to be heard: two little-endian numbers of 32 bits and two bytes for
+/// reasons.
+bool addTrim(AVPacket& packet, const SoundTrim& trim) {
+    constexpr std::size_t kTrimBytes = 10;
+    std::uint8_t* side = av_packet_new_side_data(&packet, AV_PKT_DATA_SKIP_SAMPLES, kTrimBytes);
+    if (!side) {
+        return false;
+    }
+    std::memset(side, 0, kTrimBytes);
+    AV_WL32(side, std::uint32_t(std::clamp<std::int64_t>(trim.atStart, 0, INT32_MAX)));
+    AV_WL32(side + 4, std::uint32_t(std::clamp<std::int64_t>(trim.atEnd, 0, INT32_MAX)));
+    return true;
+}
+
+}  // namespace
 
 struct ForeignWriter::State {
     AVFormatContext* context = nullptr;
@@ -112,7 +135,7 @@ Status ForeignWriter::begin(const std::vector<std::pair<std::string, std::string
     return {};
 }
 
-Status ForeignWriter::write(int stream, const Packet& packet) {
+Status ForeignWriter::write(int stream, const Packet& packet, const SoundTrim& trim) {
     PacketPointer native(av_packet_alloc());
     if (!native || av_new_packet(native.get(), int(packet.bytes.size())) < 0) {
         return Failure{FailureKind::limit, "av_new_packet"};
@@ -123,6 +146,9 @@ Status ForeignWriter::write(int stream, const Packet& packet) {
     native->dts = packet.decodeTime;
     native->duration = packet.duration;
     native->flags = packet.sync ? AV_PKT_FLAG_KEY : 0;
+    if ((trim.atStart > 0 || trim.atEnd > 0) && !addTrim(*native, trim)) {
+        return Failure{FailureKind::limit, "av_packet_new_side_data"};
+    }
     av_packet_rescale_ts(native.get(), state_->timeBases[std::size_t(stream)],
                          state_->context->streams[stream]->time_base);
     const int error = av_interleaved_write_frame(state_->context, native.get());

@@ -21,6 +21,12 @@ struct ForeignChapter {
     std::string title;             ///< UTF-8
 };
 
+/// Frames of sound that are in packets and not to be heard, where a format can say so.
+struct SoundTrim {
+    std::int64_t atStart = 0;  ///< from the packet's start on, also into those behind it
+    std::int64_t atEnd = 0;    ///< up to the packet's end
+};
+
 class ForeignWriter {
   public:
     /// @param format  the library's name of the format: "avi", "matroska", "wav" …
@@ -39,7 +45,7 @@ class ForeignWriter {
     /// After all streams were added.
     result::Status begin(const std::vector<std::pair<std::string, std::string>>& metadata);
     /// Times in the units of the parameters' time base; decode times grow within a stream.
-    result::Status write(int stream, const Packet& packet);
+    result::Status write(int stream, const Packet& packet, const SoundTrim& trim = {});
     /// A codec header that the encoder only knew at its end.
     result::Status replaceHeader(int stream, const NativeParameters& parameters);
     result::Status finish();

@@ -186,6 +186,20 @@ class NativeSoundEncoder : public SoundEncoder {
     }
 
     int bytesPerPcmFrame() const override { return bytesPerFrame_; }
+    int framesPerPacket() const override {
+        switch (context_->codec_id) {
+            case AV_CODEC_ID_AAC:
+            case AV_CODEC_ID_AC3:
+            case AV_CODEC_ID_DTS:
+            case AV_CODEC_ID_EAC3:
+            case AV_CODEC_ID_MP2:
+            case AV_CODEC_ID_MP3:
+            case AV_CODEC_ID_OPUS:
+                return context_->frame_size;
+            default:
+                return 0;
+        }
+    }
     int primingFrames() const override { return context_->initial_padding + unreportedDelay(); }
 
     std::vector<std::byte> sampleDescription(bool isoStyle) const override {

@@ -1,6 +1,7 @@
 #include "Engines/transcode/ForeignSink.h"
 
 #include <algorithm>
+#include <deque>
 
 #include "Engines/codec/ForeignWriter.h"
 #include "Engines/transcode/LanguageCode.h"
@@ -104,16 +105,27 @@ class ForeignSink : public MediaSink {
 
     Status writeVideo(const codec::Packet& packet) override {
         codec::Packet shifted = packet;
-        // Muxers want no picture to be shown before it is decoded: the order's depth in time.
-        shifted.decodeTime -= reorderShift();
+        shifted.decodeTime = delayed(packet.decodeTime);
         return writer_->write(videoNumber_, shifted);
     }
 
     Status writeSound(const codec::Packet& packet) override {
         codec::Packet shifted = packet;
-        shifted.presentationTime -= sound_.encoder->primingFrames();
+        const std::int64_t priming = sound_.encoder->primingFrames();
+        shifted.presentationTime -= priming;
         shifted.decodeTime = shifted.presentationTime;
-        return writer_->write(soundNumber_, shifted);
+        if (sound_.encoder->framesPerPacket() == 0) {
+            return writer_->write(soundNumber_, shifted);
+        }
+        if (shifted.presentationTime >= *sound_.frames) {
+            return {};  // nothing but filling
+        }
+        const std::int64_t decodedEnd =
+            shifted.presentationTime + sound_.encoder->framesPerPacket();
+        const codec::SoundTrim trim{
+            .atStart = packet.presentationTime == 0 ? priming : 0,
+            .atEnd = std::max<std::int64_t>(decodedEnd - *sound_.frames, 0)};
+        return writer_->write(soundNumber_, shifted, trim);
     }
 
     Status finish() override {
@@ -127,18 +139,24 @@ class ForeignSink : public MediaSink {
     }
 
   private:
-    std::int64_t reorderShift() const {
-        const auto& settings = video_.encoder->settings();
-        const int depth = video_.encoder->reorderDepth();
-        return depth == 0
-                   ? 0
-                   : std::int64_t(double(depth) * settings.timeScale / settings.frameRate.value()) +
-                         1;
+    /// Muxers want no picture to be shown before it is decoded: each is decoded when the one was
+    /// that lies as many in front of it as pictures change places. The first ones have none in
+    /// front.
+    std::int64_t delayed(std::int64_t decodeTime) {
+        const auto depth = std::size_t(std::max(video_.encoder->reorderDepth(), 0));
+        decodeTimes_.push_back(decodeTime);
+        if (decodeTimes_.size() <= depth) {
+            return decodeTimes_.front() - std::int64_t(depth + 1 - decodeTimes_.size());
+        }
+        const std::int64_t earlier = decodeTimes_.front();
+        decodeTimes_.pop_front();
+        return earlier;
     }
 
     std::unique_ptr<codec::ForeignWriter> writer_;
     VideoStream video_;
     SoundStream sound_;
+    std::deque<std::int64_t> decodeTimes_;  ///< of the last pictures
     int videoNumber_ = 0;
     int soundNumber_ = 0;
 };
