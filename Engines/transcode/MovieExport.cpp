@@ -232,9 +232,12 @@ Status exportMovie(const ExportRequest& request) {
             return opened.failure();
         }
     }
-    if (settings.sound) {
+    const bool isDv = settings.kind == FileKind::dv;
+    if (settings.sound && (video || !isDv)) {
+        // A DV stream has sound in every picture.
+        const double leastSeconds = isDv ? double(video->duration()) / video->timeScale() : 0;
         auto opened = SoundProducer::open(movie, request.onlyTrack, start, end - start,
-                                          *settings.sound, settings.kind);
+                                          *settings.sound, settings.kind, leastSeconds);
         if (opened) {
             sound = std::move(*opened);
         } else if (!missing(opened.failure())) {

@@ -59,7 +59,7 @@ std::int64_t endOfRange(const timeline::Movie& movie, const timeline::Track* onl
 
 Expected<std::unique_ptr<SoundProducer>> SoundProducer::open(
     const timeline::Movie& movie, const timeline::Track* onlyTrack, std::int64_t start,
-    std::int64_t duration, const SoundSettings& settings, FileKind kind) {
+    std::int64_t duration, const SoundSettings& settings, FileKind kind, double leastSeconds) {
     const codec::SoundFormat natural = naturalSoundFormat(movie, onlyTrack);
     if (natural.channels == 0) {
         return Failure{FailureKind::notFound, "the movie has no sound"};
@@ -101,6 +101,8 @@ Expected<std::unique_ptr<SoundProducer>> SoundProducer::open(
     producer->frames_ = endFrame > firstFrame
                             ? endFrame - firstFrame
                             : timeline::rescale(duration, movie.timeScale, encoding.sampleRate);
+    producer->frames_ =
+        std::max(producer->frames_, std::int64_t(std::ceil(leastSeconds * encoding.sampleRate)));
     const Time begin{start, std::max<std::int64_t>(movie.timeScale, 1)};
     producer->copy_ =
         PcmCopy::open(movie, onlyTrack, *producer->encoder_, begin, producer->frames_);

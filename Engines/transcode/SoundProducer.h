@@ -19,9 +19,11 @@ namespace TWQuickTime::transcode {
 class SoundProducer {
   public:
     /// Opens the mixer and an encoder. `notFound` when the movie has no sound.
+    /// @param leastSeconds  silence follows the sound up to this length
     static result::Expected<std::unique_ptr<SoundProducer>> open(
         const timeline::Movie& movie, const timeline::Track* onlyTrack, std::int64_t start,
-        std::int64_t duration, const SoundSettings& settings, FileKind kind);
+        std::int64_t duration, const SoundSettings& settings, FileKind kind,
+        double leastSeconds = 0);
 
     codec::SoundEncoder& encoder() { return *encoder_; }
     /// Frames of sound in all.

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
+#include <map>
 
 namespace TWQuickTime::transcode {
 
@@ -43,9 +45,35 @@ bool wantsEvenSize(std::uint32_t type) {
     }
 }
 
+/// GIF counts in hundredths of a second; viewers take one alone for a mistake and show the picture
+/// for a tenth of a second.
+constexpr std::int32_t kGifTimeScale = 100;
+constexpr std::int32_t kMostGifPictures = 50;
+
 /// Whether a file of the kind can say that its pixels are not square.
 bool carriesPixelAspect(FileKind kind) {
     return kind != FileKind::gif && kind != FileKind::imageSequence && kind != FileKind::avi;
+}
+
+/// The duration that most samples have where some differ from it by more than rounding does; none
+/// where there is no such duration.
+std::optional<std::int32_t> usualDuration(const timeline::Media& media) {
+    constexpr std::uint32_t kSamplesLookedAt = 1000;
+    std::map<std::int64_t, std::uint32_t> counts;
+    timeline::SampleTable::Cursor cursor = media.samples.cursor(0);
+    std::uint32_t seen = 0;
+    for (timeline::Sample sample; seen < kSamplesLookedAt && cursor.next(sample); ++seen) {
+        ++counts[sample.duration];
+    }
+    const auto usual =
+        std::ranges::max_element(counts, {}, &std::pair<const std::int64_t, std::uint32_t>::second);
+    if (usual == counts.end() || usual->second * 2 <= seen || usual->first < 1 ||
+        usual->first > INT32_MAX) {
+        return std::nullopt;
+    }
+    const bool varies = std::ranges::any_of(
+        counts, [&](const auto& entry) { return std::abs(entry.first - usual->first) > 1; });
+    return varies ? std::optional(static_cast<std::int32_t>(usual->first)) : std::nullopt;
 }
 
 /// The rate at which a track's samples follow each other, exact where it does not vary.
@@ -56,6 +84,9 @@ codec::Rational rateOfTrack(const timeline::Media& media) {
         return {25, 1};
     }
     const auto scale = std::int64_t(media.timeScale);
+    if (const auto usual = usualDuration(media); usual && scale <= INT32_MAX) {
+        return {std::int32_t(scale), *usual};
+    }
     if (duration % count == 0 && duration / count <= INT32_MAX && scale <= INT32_MAX) {
         return {std::int32_t(scale), std::int32_t(duration / count)};
     }
@@ -97,18 +128,26 @@ void VideoProducer::planTimes(const timeline::Movie& movie, std::int64_t start,
     const std::int64_t scale = renderer_->timeScale();
     start_ = timeline::rescale(start, movie.timeScale, scale);
     end_ = timeline::rescale(start + duration, movie.timeScale, scale);
-    // Sound may last longer than pictures do; no blank picture is made for the rest.
-    if (const std::int64_t shownEnd = renderer_->endTime(); shownEnd > start_) {
+    // Sound may last longer than pictures do; no blank picture is made for the rest, but where
+    // sound has its place inside the pictures.
+    if (const std::int64_t shownEnd = renderer_->endTime();
+        shownEnd > start_ && kind != FileKind::dv) {
         end_ = std::min(end_, shownEnd);
     }
     at_ = start_;
     const timeline::Media& media = *renderer_->mainTrack().track().media;
     rate_ = settings.frameRate > 0 ? exactFrameRate(settings.frameRate) : rateOfTrack(media);
     constantRate_ = settings.frameRate > 0 || wantsConstantRate(kind);
+    const bool isGif = kind == FileKind::gif;
+    if (isGif && rate_.value() > kMostGifPictures) {
+        rate_ = {kMostGifPictures, 1};
+    }
     const double seconds = double(end_ - start_) / double(scale);
     if (!constantRate_) {
-        timeScale_ =
-            static_cast<std::int32_t>(std::clamp<std::int64_t>(media.timeScale, 1, INT32_MAX));
+        timeScale_ = isGif ? kGifTimeScale
+                           : static_cast<std::int32_t>(
+                                 std::clamp<std::int64_t>(media.timeScale, 1, INT32_MAX));
+        leastLength_ = isGif ? kGifTimeScale / kMostGifPictures : 1;
         outputDuration_ = timeline::rescale(end_ - start_, scale, timeScale_);
         return;
     }
@@ -145,8 +184,8 @@ bool VideoProducer::advance() {
     nextAt_ = std::min(renderer_->nextChange({at_, scale}).value_or(end_), end_);
     outputTime_ = outputEnd_;
     outputEnd_ = std::min(timeline::rescale(nextAt_ - start_, scale, timeScale_), outputDuration_);
-    // Pictures shorter than a unit of the output are never seen.
-    while (outputEnd_ <= outputTime_ && nextAt_ < end_) {
+    // Pictures shorter than the output can have are never seen.
+    while (outputEnd_ < outputTime_ + leastLength_ && nextAt_ < end_) {
         at_ = nextAt_;
         nextAt_ = std::min(renderer_->nextChange({at_, scale}).value_or(end_), end_);
         outputEnd_ =

@@ -43,6 +43,7 @@ class VideoProducer {
     bool constantRate_ = false;
     std::int32_t timeScale_ = 600;
     std::int64_t outputDuration_ = 0;
+    std::int64_t leastLength_ = 1;  ///< of a picture, output time units
     // Renderer time units.
     std::int64_t start_ = 0;
     std::int64_t end_ = 0;
