@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "Engines/codec/ByteOrder.h"
+#include "Engines/moviefile/ClassicText.h"
 #include "Engines/moviefile/MovieText.h"
 #include "Engines/transcode/EditMap.h"
 
@@ -16,7 +17,7 @@ namespace {
 /// More entries than anyone reads; a hostile table stops here.
 constexpr std::uint32_t kMostChapters = 10000;
 constexpr std::int64_t kListUnitsPerSecond = 10'000'000;
-constexpr std::uint32_t kTextEncodingRoman = 0;
+/// Encodings below are those of classic scripts.
 constexpr std::uint32_t kTextEncodingUtf8 = 0x100;
 
 struct Mark {
@@ -52,8 +53,11 @@ std::string titleIn(codec::Bytes sample) {
     std::string bytes(reinterpret_cast<const char*>(text.data()), text.size());
     const auto encoding = encodingIn(sample.subspan(2 + length));
     // Many writers of UTF-8 do not say so; what could be no UTF-8 is from before it.
-    const bool classic = encoding ? *encoding == kTextEncodingRoman : !moviefile::isUtf8(bytes);
-    return classic ? moviefile::fromClassicRoman(bytes) : bytes;
+    if (encoding) {
+        return *encoding < kTextEncodingUtf8 ? moviefile::fromClassicScript(bytes, *encoding)
+                                             : bytes;
+    }
+    return moviefile::isUtf8(bytes) ? bytes : moviefile::fromClassicRoman(bytes);
 }
 
 const timeline::Track* chapterTrack(const timeline::Movie& movie) {

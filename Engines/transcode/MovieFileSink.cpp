@@ -219,6 +219,11 @@ class MovieFileSink : public MediaSink {
                                          : 600;
         movie.creationTime = movie.modificationTime = passengers_.creationTime;
         movie.userData = std::move(passengers_.userData);
+        if (isIso(kind_)) {
+            for (timeline::UserDataItem& item : movie.userData.items) {
+                item.data = isTitle(item.type) ? unicodeTitleItem(item.data) : item.data;
+            }
+        }
         if (isIso(kind_) && !passengers_.titles.empty()) {
             movie.userData.add(fourCode("meta"), metadataList(passengers_.titles));
         }

@@ -5,7 +5,10 @@
 #include <utility>
 
 #include "Engines/codec/ByteOrder.h"
+#include "Engines/moviefile/ClassicText.h"
 #include "Engines/moviefile/Metadata.h"
+#include "Engines/moviefile/MovieText.h"
+#include "Engines/transcode/LanguageCode.h"
 
 namespace TWQuickTime::transcode {
 
@@ -16,7 +19,10 @@ namespace {
 constexpr std::uint32_t kCopyright = 0xA9637079;
 constexpr std::uint32_t kListCopyright = fourCode("cprt");
 /// Three packed letters, 'und'.
-constexpr std::uint32_t kUndetermined = 0x55C4;
+constexpr std::uint16_t kUndetermined = 0x55C4;
+/// Languages from here on are packed letters; below, classic numbers.
+constexpr std::uint16_t kFirstPackedLanguage = 0x400;
+constexpr std::size_t kRecordHeadInBytes = 4;
 constexpr std::uint32_t kUtf8Data = 1;
 
 /// What the keys of text stand for.
@@ -28,13 +34,44 @@ constexpr std::pair<std::string_view, std::uint32_t> kKeys[] = {
 };
 constexpr std::string_view kKeyPrefix = "com.apple.quicktime.";
 
-/// The first of an item's records of length, language and bytes.
-std::string textOfItem(codec::Bytes bytes) {
-    if (bytes.size() < 4) {
-        return {};
+/// One language's text of an item, as it is stored.
+struct TitleRecord {
+    std::uint16_t language = 0;
+    codec::Bytes bytes;
+};
+
+/// An item's records of length, language and bytes; the last may be cut.
+std::vector<TitleRecord> recordsOf(codec::Bytes item) {
+    std::vector<TitleRecord> records;
+    while (item.size() >= kRecordHeadInBytes) {
+        const std::size_t length =
+            std::min<std::size_t>(codec::u16At(item, 0), item.size() - kRecordHeadInBytes);
+        records.push_back({static_cast<std::uint16_t>(codec::u16At(item, 2)),
+                           item.subspan(kRecordHeadInBytes, length)});
+        item = item.subspan(kRecordHeadInBytes + length);
     }
-    const std::size_t length = std::min<std::size_t>(codec::u16At(bytes, 0), bytes.size() - 4);
-    return {reinterpret_cast<const char*>(bytes.data()) + 4, length};
+    return records;
+}
+
+/// A number as language means the classic encoding of its script, letters mean Unicode. What is
+/// said to be Unicode and cannot be is from a writer that did not know.
+std::string textOf(const TitleRecord& record) {
+    constexpr std::uint16_t kByteOrderMark = 0xFEFF;
+    if (record.bytes.size() >= 2 && codec::u16At(record.bytes, 0) == kByteOrderMark) {
+        return moviefile::fromUtf16(record.bytes.subspan(2));
+    }
+    const std::string text(reinterpret_cast<const char*>(record.bytes.data()), record.bytes.size());
+    if (record.language < kFirstPackedLanguage) {
+        return moviefile::fromClassicScript(text,
+                                            moviefile::scriptOfClassicLanguage(record.language));
+    }
+    return moviefile::isUtf8(text) ? text : moviefile::fromClassicRoman(text);
+}
+
+void writeRecord(codec::ByteWriter& writer, const std::string& text, std::uint16_t language) {
+    const std::size_t length = std::min<std::size_t>(text.size(), 0xFFFF);
+    writer.u16(std::uint32_t(length)).u16(language);
+    writer.raw(std::as_bytes(std::span(text.data(), length)));
 }
 
 /// The user data type for an item of a metadata list; 0 for none.
@@ -69,7 +106,8 @@ std::vector<Title> titlesOf(const timeline::Movie& movie) {
     };
     for (const timeline::UserDataItem& item : movie.userData.items) {
         if (isTitle(item.type)) {
-            add(item.type, textOfItem(item.data.span()));
+            const std::vector<TitleRecord> records = recordsOf(item.data.span());
+            add(item.type, records.empty() ? std::string() : textOf(records.front()));
         }
     }
     for (const moviefile::MetadataItem& item : moviefile::metadataOf(movie)) {
@@ -82,10 +120,16 @@ std::vector<Title> titlesOf(const timeline::Movie& movie) {
 }
 
 timeline::SharedBytes titleItem(const std::string& text) {
-    const std::size_t length = std::min<std::size_t>(text.size(), 0xFFFF);
     codec::ByteWriter writer;
-    writer.u16(std::uint32_t(length)).u16(kUndetermined);
-    writer.raw(std::as_bytes(std::span(text.data(), length)));
+    writeRecord(writer, text, kUndetermined);
+    return timeline::SharedBytes::adopt(writer.take());
+}
+
+timeline::SharedBytes unicodeTitleItem(const timeline::SharedBytes& item) {
+    codec::ByteWriter writer;
+    for (const TitleRecord& record : recordsOf(item.span())) {
+        writeRecord(writer, textOf(record), packedLanguage(record.language));
+    }
     return timeline::SharedBytes::adopt(writer.take());
 }
 

@@ -15,7 +15,7 @@ namespace TWQuickTime::transcode {
 
 struct Title {
     std::uint32_t type = 0;  ///< of the user data item, '©nam' for example
-    std::string text;        ///< as it is stored, UTF-8 in files of our time
+    std::string text;        ///< UTF-8
 };
 
 /// Whether a user data item holds texts.
@@ -24,6 +24,9 @@ bool isTitle(std::uint32_t type);
 std::vector<Title> titlesOf(const timeline::Movie& movie);
 /// The user data item's bytes for one text.
 timeline::SharedBytes titleItem(const std::string& text);
+/// An item's texts in all their languages as UTF-8, with letters for languages: what files whose
+/// readers know no other encoding can have.
+timeline::SharedBytes unicodeTitleItem(const timeline::SharedBytes& item);
 /// The bytes of a 'meta' item for MPEG-4 files.
 timeline::SharedBytes metadataList(const std::vector<Title>& titles);
 

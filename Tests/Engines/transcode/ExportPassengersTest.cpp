@@ -10,6 +10,7 @@
 #include "Engines/moviefile/MovieReader.h"
 #include "Engines/transcode/Chapters.h"
 #include "Engines/transcode/LanguageCode.h"
+#include "Engines/transcode/Titles.h"
 #include "ExportedFile.h"
 #include "TemporaryDirectory.h"
 #include "TestMovie.h"
@@ -73,6 +74,8 @@ class ExportPassengers : public testing::Test {
                    "-color_trc",
                    "bt709",
                    source("a.mov")});
+        runFfmpeg({"-i", source("a.mov"), "-map", "0:v", "-c", "copy", "-metadata:s:v", "rotate=90",
+                   "-map_chapters", "-1", source("turned.mov")});
     }
     static void TearDownTestSuite() {
         delete media_;
@@ -241,8 +244,6 @@ TEST_F(ExportPassengers, ColoursAndPixelAspectTravel) {
 }
 
 TEST_F(ExportPassengers, ATurnedMovieIsExportedUprightWithItsTurnBakedIn) {
-    runFfmpeg({"-i", source("a.mov"), "-map", "0:v", "-c", "copy", "-metadata:s:v", "rotate=90",
-               "-map_chapters", "-1", source("turned.mov")});
     const std::string out = folder_.file("a.mov");
     ASSERT_TRUE(exportFile(source("turned.mov"),
                            settingsFor(FileKind::quickTime, fourCode("FFV1"), 0), out));
@@ -257,8 +258,6 @@ TEST_F(ExportPassengers, ATurnedMovieIsExportedUprightWithItsTurnBakedIn) {
 }
 
 TEST_F(ExportPassengers, ATurnedMovieKeepsTheColourTagsOfItsTrack) {
-    runFfmpeg({"-i", source("a.mov"), "-map", "0:v", "-c", "copy", "-metadata:s:v", "rotate=90",
-               "-map_chapters", "-1", source("turned.mov")});
     const std::string out = folder_.file("a.mov");
     ASSERT_TRUE(exportFile(source("turned.mov"),
                            settingsFor(FileKind::quickTime, fourCode("avc1"), 0), out));
@@ -294,6 +293,80 @@ TEST_F(ExportPassengers, TheCleanApertureTravelsWithUnchangedPixels) {
         made->movie->trackOfType(fourCode("vide"))->media->descriptions.front().bytes());
     ASSERT_TRUE(description);
     EXPECT_EQ(description->cleanAperture, (codec::CleanAperture{60, 44, 0, 0}));
+}
+
+/// The bytes of a title: texts, each with its language.
+timeline::SharedBytes titleTexts(
+    const std::vector<std::pair<std::string_view, std::uint16_t>>& texts) {
+    codec::ByteWriter writer;
+    for (const auto& [text, language] : texts) {
+        writer.u16(std::uint32_t(text.size())).u16(language).raw(std::as_bytes(std::span(text)));
+    }
+    return timeline::SharedBytes::adopt(writer.take());
+}
+
+constexpr std::uint32_t kName = 0xA96E616D;
+constexpr std::uint16_t kEnglish = 0, kJapanese = 11, kPackedGerman = 0x10B5;
+
+TEST(MovieTitles, AreReadInTheEncodingOfTheirLanguage) {
+    const struct {
+        std::string_view bytes;
+        std::uint16_t language;
+        const char* text;
+    } cases[] = {{"Fl\x9Et", kEnglish, "Fl\u00FBt"},
+                 {"\x93\xFA\x96\x7B", kJapanese, "\u65E5\u672C"},
+                 {"Fl\xC3\xBBt", kPackedGerman, "Fl\u00FBt"},
+                 {"Fl\xC3\xBBt", 0x7FFF, "Fl\u00FBt"},
+                 {"Fl\x9Et", 0x7FFF, "Fl\u00FBt"},
+                 {{"\xFE\xFF\0F\0\xFB", 6}, kPackedGerman, "F\u00FB"}};
+    for (const auto& c : cases) {
+        timeline::Movie movie;
+        movie.userData.add(kName, titleTexts({{c.bytes, c.language}}));
+        const std::vector<Title> titles = titlesOf(movie);
+        ASSERT_EQ(titles.size(), 1u);
+        EXPECT_EQ(titles.front().text, c.text);
+    }
+}
+
+TEST(MovieTitles, CutRecordsGiveWhatIsThere) {
+    timeline::Movie movie;
+    movie.userData.add(
+        kName, timeline::SharedBytes::copyOf(titleTexts({{"Waves", kEnglish}}).span().first(6)));
+    ASSERT_EQ(titlesOf(movie).size(), 1u);
+    EXPECT_EQ(titlesOf(movie).front().text, "Wa");
+    movie.userData.items.front().data = timeline::SharedBytes();
+    EXPECT_TRUE(titlesOf(movie).empty());
+}
+
+TEST_F(ExportPassengers, ClassicTitlesBecomeUnicodeWhereTheFormatKnowsNothingElse) {
+    auto opened = moviefile::openMovieFile(source("a.mov"));
+    ASSERT_TRUE(opened);
+    timeline::Movie& movie = *opened->movie;
+    std::erase_if(movie.userData.items,
+                  [](const timeline::UserDataItem& item) { return item.type == kName; });
+    const auto given = titleTexts({{"\x93\xFA\x96\x7B", kJapanese}, {"Fl\x9Et", kEnglish}});
+    movie.userData.add(kName, given);
+    const auto exportTo = [&](FileKind kind, const char* name) {
+        ExportRequest request;
+        request.movie = &movie;
+        request.duration = movie.duration();
+        request.settings = settingsFor(kind, fourCode("avc1"), 0);
+        request.path = folder_.file(name);
+        EXPECT_TRUE(exportMovie(request));
+        return request.path;
+    };
+    const auto titleItemOf = [](const std::string& path) {
+        const auto made = moviefile::openMovieFile(path);
+        EXPECT_TRUE(made);
+        const timeline::UserDataItem* item = made ? made->movie->userData.find(kName) : nullptr;
+        return item ? item->data : timeline::SharedBytes();
+    };
+    const std::string mp4 = exportTo(FileKind::mpeg4, "a.mp4");
+    EXPECT_THAT(facts(mp4), HasSubstr("title=\u65E5\u672C"));
+    EXPECT_EQ(titleItemOf(mp4), titleTexts({{"\u65E5\u672C", 0x2A0E}, {"Fl\u00FBt", 0x15C7}}));
+    EXPECT_THAT(facts(exportTo(FileKind::matroska, "a.mkv")), HasSubstr("title=\u65E5\u672C"));
+    // A movie says which encoding it is, so it keeps what it has.
+    EXPECT_EQ(titleItemOf(exportTo(FileKind::quickTime, "a.mov")), given);
 }
 
 TEST(LanguageCode, ClassicCodesAndPackedLettersNameTheSameLanguages) {
