@@ -59,7 +59,7 @@ class NativeVideoEncoder : public VideoEncoder {
         frame_->pts = sent_;
         frame_->format = context_->pix_fmt;
         frame_->quality = qualityLambda_;
-        frame_->pict_type = AV_PICTURE_TYPE_NONE;
+        frame_->pict_type = keyFramesOnly_ ? AV_PICTURE_TYPE_I : AV_PICTURE_TYPE_NONE;
         frame_->interlaced_frame = settings_.interlaced;
         frame_->top_field_first = settings_.topFieldFirst;
         frame_->colorspace = context_->colorspace;
@@ -201,6 +201,8 @@ class NativeVideoEncoder : public VideoEncoder {
     int qualityLambda_ = 0;
     int plainFormat_ = -1;
     bool intraOnly_ = isIntraOnly(context_->codec_id);
+    /// Encoders of AV1 understand no distance of one; each picture has to ask to be a key frame.
+    bool keyFramesOnly_ = context_->codec_id == AV_CODEC_ID_AV1 && settings_.keyFrameEvery == 1;
     std::int64_t sent_ = 0;
     std::int64_t received_ = 0;
     std::int64_t firstTime_ = 0;
@@ -269,6 +271,9 @@ void setVpx(AVCodecContext& context, const VideoEncoderSettings& settings,
     }
     if (entry.id == AV_CODEC_ID_AV1) {
         setOption(context, "preset", "8");
+        if (settings.keyFrameEvery == 1) {
+            setOption(context, "svtav1-params", "enable-force-key-frames=1");
+        }
         return;
     }
     setOption(context, "deadline", "good");
@@ -399,7 +404,8 @@ Expected<std::unique_ptr<VideoEncoder>> openNativeEncoder(const VideoEncoderSett
     }
     if (settings.keyFrameEvery > 0) {
         context->gop_size = settings.keyFrameEvery == 1 ? 0 : settings.keyFrameEvery;
-        if (entry.scale == QualityScale::crf && settings.keyFrameEvery == 1) {
+        const bool knowsOne = entry.scale == QualityScale::crf && entry.id != AV_CODEC_ID_AV1;
+        if (knowsOne && settings.keyFrameEvery == 1) {
             context->gop_size = 1;
         }
     }

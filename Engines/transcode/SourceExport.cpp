@@ -5,6 +5,7 @@
 #include <deque>
 #include <vector>
 
+#include "Engines/codec/FullScale.h"
 #include "Engines/codec/Resampler.h"
 #include "Engines/codec/SoundDecoder.h"
 #include "Engines/codec/SoundEncoder.h"
@@ -219,6 +220,7 @@ Status SourceExport::State::encodeSound(const codec::SoundBlock& block) {
     if (auto status = resampler->convert(block.samples, samples); !status) {
         return status;
     }
+    std::ranges::transform(samples, samples.begin(), codec::withinFullScale);
     soundFrames += std::int64_t(samples.size()) / soundEncoder->settings().channels;
     if (auto status = soundEncoder->encode(samples); !status) {
         return status;

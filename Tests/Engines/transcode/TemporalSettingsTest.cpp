@@ -113,7 +113,7 @@ INSTANTIATE_TEST_SUITE_P(Codecs, KeyFramesOnly,
                          testing::Values(fourCode("avc1"), fourCode("hvc1"), fourCode("mp4v"),
                                          fourCode("m1v "), fourCode("m2v1"), fourCode("h263"),
                                          fourCode("h261"), fourCode("SVQ1"), fourCode("vp08"),
-                                         fourCode("vp09")),
+                                         fourCode("vp09"), fourCode("av01")),
                          nameOf);
 
 class TemporalQuality : public TemporalSettings {
