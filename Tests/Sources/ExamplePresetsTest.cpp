@@ -1,6 +1,7 @@
 // The preset file of the examples, and the script that it comes from.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <set>
@@ -80,6 +81,14 @@ bool decodes(const std::string& path) {
     return result.exitStatus == 0;
 }
 
+double secondsOf(const std::string& path) {
+    const test::ProgramResult result =
+        test::runProgram({"ffprobe", "-v", "error", "-show_entries", "format=duration", "-of",
+                          "default=nw=1:nk=1", path});
+    EXPECT_EQ(result.errors, "") << path;
+    return std::atof(result.output.c_str());
+}
+
 TEST(ExamplePresets, EveryEntryThatIsInstalledExports) {
     const test::TemporaryDirectory folder;
     test::runFfmpeg({"-f", "lavfi", "-i", "testsrc2=s=160x120:r=25:d=0.4", "-f", "lavfi", "-i",
@@ -113,6 +122,8 @@ TEST(ExamplePresets, EveryEntryThatIsInstalledExports) {
         NSError error;
         EXPECT_TRUE(preset->exportMovie(movie, output, &error)) << id << " " << error.code();
         EXPECT_TRUE(decodes(output)) << id;
+        // Within a packet of sound, or a frame at the slowest rate of the file.
+        EXPECT_NEAR(secondsOf(output), 0.4, 0.05) << id;
         EXPECT_TRUE(preset->exportRecord().steps.back().succeeded) << id;
         ++exported;
     }

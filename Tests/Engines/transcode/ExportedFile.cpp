@@ -115,7 +115,8 @@ double psnr(const std::string& a, const std::string& b, const std::string& filte
 std::vector<double> lumaPsnrs(const std::string& reference, const std::string& exported,
                               const std::string& prepare, const std::string& prepared,
                               const std::string& scratchFile) {
-    const std::string counted = ",format=yuv420p,setpts=N/25/TB";
+    // Times that are whole numbers in both: rounded ones would pair a picture with its neighbour.
+    const std::string counted = ",format=yuv420p,settb=1/25,setpts=N";
     const ProgramResult result =
         runProgram({"ffmpeg",
                     "-v",
