@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include <cmath>
 #include <cstdio>
@@ -284,6 +285,31 @@ TEST(JpegImage, ABombOfManyPixelsFailsWithoutTheMemoryForThem) {
         EXPECT_LT(rows.count, 100) << progressive;
         // Some rows of 65500 pixels with their coefficients.
         EXPECT_LT(memory.grownBytes(), std::size_t(64) << 20) << progressive;
+    }
+}
+
+TEST(JpegImage, ALargePictureTakesMemoryForSomeRowsUnlessItIsProgressive) {
+    constexpr int kLargeWidth = 2400, kLargeHeight = 1800;
+    constexpr std::size_t kSomeRows = 4 << 20;
+    const std::vector<std::uint8_t> samples = smooth(kLargeWidth, kLargeHeight, 3);
+    for (const bool progressive : {false, true}) {
+        const auto bytes = makeJPEG(samples, kLargeWidth, kLargeHeight, 3, JCS_RGB,
+                                    [&](jpeg_compress_struct& info) {
+                                        if (progressive)
+                                            jpeg_simple_progression(&info);
+                                    });
+        // What is free already must not serve unseen.
+        malloc_trim(0);
+        const PeakMemory memory;
+        const auto image = openJPEG(bytes);
+        ASSERT_TRUE(image);
+        CountedRows rows;
+        ASSERT_TRUE((*image)->draw(rows, {kLargeWidth, kLargeHeight}, {}).ok());
+        EXPECT_EQ(rows.count, kLargeHeight);
+        // Two bytes for each coefficient, half as many for colour as for luma.
+        const std::size_t held =
+            progressive ? std::size_t{kLargeWidth} * std::size_t{kLargeHeight} * 3 : 0;
+        EXPECT_LT(memory.grownBytes(), held + kSomeRows) << progressive;
     }
 }
 

@@ -8,8 +8,10 @@
 #include <functional>
 #include <random>
 
+#include "AllocationMeter.h"
 #include "CollectedImage.h"
 #include "Engines/image/PngWriter.h"
+#include "Engines/image/RowPlacer.h"
 #include "Engines/image/StillImage.h"
 #include "Engines/image/WholeImage.h"
 #include "TemporaryDirectory.h"
@@ -363,6 +365,26 @@ TEST(PngImage, ABombOfManyPixelsFailsWithoutTheMemoryForThem) {
     const result::Status drawn = (*image)->draw(collected, {64, 64}, {});
     EXPECT_FALSE(drawn.ok());
     EXPECT_LT(collected.pixels.size(), 1u << 20);
+}
+
+TEST(PngImage, ALargePictureTakesMemoryForSomeRowsUnlessItIsInterlaced) {
+    constexpr int kLargeWidth = 1500, kLargeHeight = 1000;
+    constexpr std::size_t kSomeRows = 1 << 20;
+    std::vector<std::uint8_t> buffer(192 * 128 * 4);
+    const PixelView view{buffer.data(), 192, 128, 192 * 4};
+    for (const bool interlaced : {false, true}) {
+        const auto bytes =
+            makePNG({PNG_COLOR_TYPE_RGB, 8, interlaced, false}, kLargeWidth, kLargeHeight);
+        const TWQuickTime::test::AllocationMeter meter;
+        const auto image = openPNG(bytes);
+        ASSERT_TRUE(image);
+        RowPlacer placer(view, {0, 0, 192, 128}, AlphaKind::skipped);
+        ASSERT_TRUE((*image)->draw(placer, {192, 128}, {}).ok());
+        // The first of its passes touch the whole picture, which is therefore held.
+        const std::size_t held =
+            interlaced ? std::size_t{kLargeWidth} * std::size_t{kLargeHeight} * 4 : 0;
+        EXPECT_LT(meter.peakBytes(), held + kSomeRows) << interlaced;
+    }
 }
 
 TEST(PngImage, RefusesASizeOfZero) {
