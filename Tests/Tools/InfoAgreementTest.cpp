@@ -198,6 +198,11 @@ void expectAgreementWithExiftool(const std::string& movie, const json& info) {
         if (said.contains(group + "MediaTimeScale")) {
             EXPECT_EQ(said[group + "MediaTimeScale"], (*track)["timeScale"]);
         }
+        for (const char* codec : {"CompressorID", "AudioFormat"}) {
+            if (said.contains(group + codec)) {
+                EXPECT_EQ(said[group + codec], (*track)["codec"]);
+            }
+        }
         // Edits count where the track's header contradicts them; fragments are in no header.
         const double stated = said.value(group + "TrackDuration", 0.0);
         const double edited = lengthOfEdits(*track);
