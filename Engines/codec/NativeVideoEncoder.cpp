@@ -98,6 +98,10 @@ class NativeVideoEncoder : public VideoEncoder {
         if (index >= firstTime_ && index - firstTime_ < std::int64_t(times_.size())) {
             times = times_[std::size_t(index - firstTime_)];
         }
+        if (received_ == 0 && packet_->dts != AV_NOPTS_VALUE) {
+            // Not all encoders say it beforehand; the first picture is that much early.
+            reorderDepth_ = static_cast<int>(std::clamp<std::int64_t>(-packet_->dts, 0, 64));
+        }
         Packet packet = sharedPacket(*packet_);
         packet.presentationTime = times.time;
         packet.duration = times.duration;
@@ -125,7 +129,7 @@ class NativeVideoEncoder : public VideoEncoder {
         return std::optional<Packet>(std::move(packet));
     }
 
-    int reorderDepth() const override { return context_->has_b_frames; }
+    int reorderDepth() const override { return reorderDepth_; }
 
     std::shared_ptr<const NativeParameters> parameters() const override {
         auto native = std::make_shared<NativeParameters>();
@@ -200,6 +204,7 @@ class NativeVideoEncoder : public VideoEncoder {
     AdaptivePalette palette_;
     int qualityLambda_ = 0;
     int plainFormat_ = -1;
+    int reorderDepth_ = context_->has_b_frames;  ///< settled with the first packet
     bool intraOnly_ = isIntraOnly(context_->codec_id);
     /// Encoders of AV1 understand no distance of one; each picture has to ask to be a key frame.
     bool keyFramesOnly_ = context_->codec_id == AV_CODEC_ID_AV1 && settings_.keyFrameEvery == 1;

@@ -187,12 +187,9 @@ class NativeSoundEncoder : public SoundEncoder {
 
     int bytesPerPcmFrame() const override { return bytesPerFrame_; }
     int framesPerPacket() const override {
+        // Not those whose packets readers put together anew: they would cut the one in front.
         switch (context_->codec_id) {
             case AV_CODEC_ID_AAC:
-            case AV_CODEC_ID_AC3:
-            case AV_CODEC_ID_DTS:
-            case AV_CODEC_ID_EAC3:
-            case AV_CODEC_ID_MP2:
             case AV_CODEC_ID_MP3:
             case AV_CODEC_ID_OPUS:
                 return context_->frame_size;

@@ -52,7 +52,7 @@ class SoundEncoder {
     /// Frames that stand in front of the first one given and are not to be heard.
     virtual int primingFrames() const = 0;
     /// How many frames every packet decodes to, also the last one, whose filling its duration
-    /// leaves out; 0 where packets differ.
+    /// leaves out; 0 where packets differ, or where files cannot say how much is filling.
     virtual int framesPerPacket() const = 0;
 
     /// The whole record for 'stsd', data reference index 1. Complete once a packet has been

@@ -82,7 +82,8 @@ class VideoEncoder {
     /// The next packet in decode order; none when another frame is needed or at the end.
     virtual result::Expected<std::optional<Packet>> receive() = 0;
 
-    /// By how many packets decoding may run ahead of presentation.
+    /// By how many packets decoding may run ahead of presentation. Settled once a packet has been
+    /// received.
     virtual int reorderDepth() const { return 0; }
 
     /// The whole record for 'stsd', data reference index 1. Complete once a packet has been

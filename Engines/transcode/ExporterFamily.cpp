@@ -26,7 +26,7 @@ constexpr std::uint32_t k3gppVideo[] = {fourCode("avc1"), fourCode("mp4v"), four
 constexpr std::uint32_t k3gppSound[] = {fourCode("mp4a")};
 constexpr std::uint32_t kAviVideo[] = {fourCode("jpeg"), fourCode("avc1"), fourCode("mp4v"),
                                        fourCode("cvid"), fourCode("png "), fourCode("FFV1"),
-                                       fourCode("msvc"), fourCode("hvc1")};
+                                       fourCode("msvc")};
 constexpr std::uint32_t kAviSound[] = {fourCode("sowt"), fourCode(".mp3"), fourCode("ac-3"),
                                        fourCode("ulaw"), fourCode("alaw"), kMsAdpcm,
                                        kDviAdpcm};
@@ -170,6 +170,22 @@ std::span<const ExporterFamily> exporterFamilies() {
 const ExporterFamily* exporterFamily(std::uint32_t subtype) {
     const auto found = std::ranges::find(kFamilies, subtype, &ExporterFamily::subtype);
     return found == std::end(kFamilies) ? nullptr : found;
+}
+
+std::uint32_t extensionFor(const ExporterFamily& family, const ExportSettings& settings) {
+    if (family.kind != FileKind::imageSequence || !settings.video) {
+        return family.extension;
+    }
+    switch (settings.video->codec) {
+        case fourCode("jpeg"):
+            return fourCode("jpg ");
+        case fourCode("tiff"):
+            return fourCode("tif ");
+        case fourCode("tga "):
+            return fourCode("tga ");
+        default:
+            return family.extension;
+    }
 }
 
 ExportSettings defaultSettings(const ExporterFamily& family) {

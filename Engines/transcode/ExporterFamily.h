@@ -33,6 +33,9 @@ std::span<const ExporterFamily> exporterFamilies();
 /// Null when there is none of that subtype.
 const ExporterFamily* exporterFamily(std::uint32_t subtype);
 
+/// Of the files that it writes with these settings: images are named after their codec.
+std::uint32_t extensionFor(const ExporterFamily& family, const ExportSettings& settings);
+
 /// Settings before anybody changed them.
 ExportSettings defaultSettings(const ExporterFamily& family);
 

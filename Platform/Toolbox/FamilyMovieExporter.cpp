@@ -77,7 +77,7 @@ ComponentResult FamilyMovieExporter::sourceMediaType(OSType& mediaType) {
 }
 
 ComponentResult FamilyMovieExporter::fileNameExtension(OSType& extension) {
-    extension = family_.extension;
+    extension = transcode::extensionFor(family_, settings_);
     return noErr;
 }
 
