@@ -54,6 +54,21 @@ OSErr edit(ToolboxCall& call, QTAtomContainer container, Change change) {
     return call.finish(statusForFault(change(editor)));
 }
 
+/// Adds one to the count of locks in the container's bytes, or takes one off.
+OSErr countLock(QTAtomContainer container, int change, OSErr statusAtTheLimit) {
+    const std::span<std::byte> bytes = handleBytes(container);
+    if (!IsHandleValid(container) || AtomContainerReader(bytes).fault() != Fault::none)
+        return invalidAtomContainerErr;
+    if (bytes.empty())
+        return noErr;
+    std::byte* field = bytes.data() + atomcontainer::kLockCountOffset;
+    const int locks = atomcontainer::loadField<std::uint16_t>(field) + change;
+    if (locks < 0 || locks > std::numeric_limits<std::uint16_t>::max())
+        return statusAtTheLimit;
+    atomcontainer::storeField(field, static_cast<std::uint16_t>(locks));
+    return noErr;
+}
+
 }  // namespace
 
 OSErr statusForFault(Fault fault) noexcept {
@@ -113,16 +128,8 @@ OSErr QTLockContainer(QTAtomContainer container) {
     ToolboxCall call("QTLockContainer");
     if (call.faulted())
         return static_cast<OSErr>(call.status());
-    const std::span<std::byte> bytes = handleBytes(container);
-    if (!IsHandleValid(container) || AtomContainerReader(bytes).fault() != Fault::none)
-        return call.fail(invalidAtomContainerErr);
-    if (!bytes.empty()) {
-        std::byte* field = bytes.data() + atomcontainer::kLockCountOffset;
-        const auto locks = atomcontainer::loadField<std::uint16_t>(field);
-        if (locks == std::numeric_limits<std::uint16_t>::max())
-            return call.fail(invalidAtomContainerErr);
-        atomcontainer::storeField(field, static_cast<std::uint16_t>(locks + 1));
-    }
+    if (const OSErr status = countLock(container, 1, invalidAtomContainerErr); status != noErr)
+        return call.fail(status);
     HLock(container);
     return call.succeed();
 }
@@ -131,16 +138,8 @@ OSErr QTUnlockContainer(QTAtomContainer container) {
     ToolboxCall call("QTUnlockContainer");
     if (call.faulted())
         return static_cast<OSErr>(call.status());
-    const std::span<std::byte> bytes = handleBytes(container);
-    if (!IsHandleValid(container) || AtomContainerReader(bytes).fault() != Fault::none)
-        return call.fail(invalidAtomContainerErr);
-    if (!bytes.empty()) {
-        std::byte* field = bytes.data() + atomcontainer::kLockCountOffset;
-        const auto locks = atomcontainer::loadField<std::uint16_t>(field);
-        if (locks == 0)
-            return call.fail(paramErr);
-        atomcontainer::storeField(field, static_cast<std::uint16_t>(locks - 1));
-    }
+    if (const OSErr status = countLock(container, -1, paramErr); status != noErr)
+        return call.fail(status);
     HUnlock(container);
     return call.succeed();
 }
