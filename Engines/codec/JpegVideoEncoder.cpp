@@ -2,17 +2,22 @@
 // with every symbol added that it happened not to use, they serve the following pictures in one
 // pass.
 //
+// Quantisers are those of moving pictures (ISO/IEC 11172-2) for luma: the annex's own examples
+// spare high frequencies so much that fine grain is lost long before the size is small. For chroma
+// the annex's stay, as the eye sees little of fine colour.
+//
 // A data rate is met by moving the quality from picture to picture: each that comes out too large
 // or too small says how far the next one has to go.
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdlib>
-#include <deque>
 
 #include "Engines/codec/Private/EncoderFactories.h"
 #include "Engines/codec/Private/JpegErrors.h"
 #include "Engines/codec/Private/JpegHuffman.h"
+#include "Engines/codec/Private/JpegStrips.h"
+#include "Engines/codec/Private/PictureEncoder.h"
 
 namespace TWQuickTime::codec {
 
@@ -30,10 +35,25 @@ constexpr double kStepsPerDoubling = 12;
 /// What earlier pictures took too much or left over is settled within so many.
 constexpr double kPicturesToSettle = 8;
 
-class JpegEncoder : public VideoEncoder {
+/// Of luma, by rows, before the quality scales them.
+constexpr std::array<unsigned, DCTSIZE2> kLumaQuantizers = {8,  16, 19, 22, 26, 27, 29, 34,  //
+                                                            16, 16, 22, 24, 27, 29, 34, 37,  //
+                                                            19, 22, 26, 27, 29, 34, 34, 38,  //
+                                                            22, 22, 26, 27, 29, 34, 37, 40,  //
+                                                            22, 26, 27, 29, 32, 35, 40, 48,  //
+                                                            26, 27, 29, 32, 35, 40, 48, 58,  //
+                                                            26, 27, 29, 34, 38, 46, 56, 69,  //
+                                                            27, 29, 35, 38, 46, 56, 69, 83};
+
+void setQuality(jpeg_compress_struct& info, int quality) {
+    jpeg_set_quality(&info, quality, TRUE);
+    jpeg_add_quant_table(&info, 0, kLumaQuantizers.data(), jpeg_quality_scaling(quality), TRUE);
+}
+
+class JpegEncoder : public PictureEncoder {
   public:
-    JpegEncoder(VideoEncoderSettings settings, PictureTarget input, int quality)
-        : VideoEncoder(settings), quality_(quality) {
+    JpegEncoder(VideoEncoderSettings settings, PictureTarget input, ColorTags coded, int quality)
+        : PictureEncoder(settings), coded_(coded), quality_(quality) {
         input_ = input;
         errors_.install();
         info_.err = &errors_.manager;
@@ -43,41 +63,6 @@ class JpegEncoder : public VideoEncoder {
     ~JpegEncoder() override {
         jpeg_destroy_compress(&info_);
         std::free(buffer_);
-    }
-
-    Status encode(const VideoFrame& frame) override {
-        if (!frame || frame.width() != input_.width || frame.height() != input_.height ||
-            frame.format() != input_.format) {
-            return Failure{FailureKind::badArgument, "a picture of another size or format"};
-        }
-        const bool learning = encoded_++ % kPicturesPerTables == 0;
-        if (!compress(frame, learning)) {
-            return Failure{FailureKind::unsupported, "libjpeg could not encode a picture"};
-        }
-        if (learning) {
-            completeTables(info_);
-        }
-        const auto* bytes = reinterpret_cast<const std::byte*>(written_);
-        Packet packet = Packet::owning(std::vector<std::byte>(bytes, bytes + writtenSize_));
-        keepLargerBuffer();
-        if (settings_.bytesPerSecond > 0) {
-            aimForRate(double(packet.bytes.size()));
-        }
-        packet.presentationTime = packet.decodeTime = frame.time;
-        packet.duration = frame.duration;
-        ready_.push_back(std::move(packet));
-        return {};
-    }
-
-    Status finish() override { return {}; }
-
-    Expected<std::optional<Packet>> receive() override {
-        if (ready_.empty()) {
-            return std::optional<Packet>();
-        }
-        std::optional<Packet> packet(std::move(ready_.front()));
-        ready_.pop_front();
-        return packet;
     }
 
     std::shared_ptr<const NativeParameters> parameters() const override {
@@ -96,6 +81,25 @@ class JpegEncoder : public VideoEncoder {
     }
 
   private:
+    ColorTags codedColor() const override { return coded_; }
+
+    Expected<Packet> encodePicture(const VideoFrame& frame) override {
+        const bool learning = encoded_++ % kPicturesPerTables == 0;
+        if (!compress(frame, learning)) {
+            return Failure{FailureKind::unsupported, "libjpeg could not encode a picture"};
+        }
+        if (learning) {
+            completeTables(info_);
+        }
+        const auto* bytes = reinterpret_cast<const std::byte*>(written_);
+        Packet packet = Packet::owning(std::vector<std::byte>(bytes, bytes + writtenSize_));
+        keepLargerBuffer();
+        if (settings_.bytesPerSecond > 0) {
+            aimForRate(double(packet.bytes.size()));
+        }
+        return packet;
+    }
+
     /// False when libjpeg gave up. Nothing in here needs destruction, because errors jump out.
     bool compress(const VideoFrame& frame, bool learning) {
         written_ = buffer_;
@@ -107,7 +111,7 @@ class JpegEncoder : public VideoEncoder {
         jpeg_mem_dest(&info_, &written_, &writtenSize_);
         info_.optimize_coding = learning ? TRUE : FALSE;
         jpeg_start_compress(&info_, TRUE);
-        writePlanes(frame);
+        strips_.write(info_, frame, coded_.matrix);
         jpeg_finish_compress(&info_);
         return true;
     }
@@ -118,7 +122,7 @@ class JpegEncoder : public VideoEncoder {
                                share * kPicturesToSettle);
         const double wanted = std::max(share + leftOver_ / kPicturesToSettle, share / 8);
         quality_ = std::clamp(quality_ - kStepsPerDoubling * std::log2(size / wanted), 1.0, 98.0);
-        jpeg_set_quality(&info_, int(std::lround(quality_)), TRUE);
+        setQuality(info_, int(std::lround(quality_)));
     }
 
     /// The library puts a larger block in the place of one that is too small.
@@ -140,54 +144,12 @@ class JpegEncoder : public VideoEncoder {
         info_.input_components = grey ? 1 : 3;
         info_.in_color_space = grey ? JCS_GRAYSCALE : JCS_YCbCr;
         jpeg_set_defaults(&info_);
-        jpeg_set_quality(&info_, quality, TRUE);
+        setQuality(info_, quality);
         info_.raw_data_in = TRUE;
         info_.dct_method = JDCT_ISLOW;
         if (!grey) {
             info_.comp_info[0].h_samp_factor = 1 << input_.format.chromaShiftX();
             info_.comp_info[0].v_samp_factor = 1 << input_.format.chromaShiftY();
-        }
-    }
-
-    /// Hands over whole rows of blocks; the last rows and columns of a picture are repeated to
-    /// fill them.
-    void writePlanes(const VideoFrame& frame) {
-        const int components = info_.num_components;
-        const int stripHeight = info_.max_v_samp_factor * DCTSIZE;
-        std::array<std::array<JSAMPROW, 32>, 3> rows{};
-        std::array<JSAMPARRAY, 3> planes{};
-        for (int plane = 0; plane < components; ++plane) {
-            planes[std::size_t(plane)] = rows[std::size_t(plane)].data();
-        }
-        for (int top = 0; top < input_.height; top += stripHeight) {
-            for (int plane = 0; plane < components; ++plane) {
-                const jpeg_component_info& c = info_.comp_info[plane];
-                const bool chroma = plane > 0;
-                const int height =
-                    chroma ? -((-input_.height) >> input_.format.chromaShiftY()) : input_.height;
-                const int width =
-                    chroma ? -((-input_.width) >> input_.format.chromaShiftX()) : input_.width;
-                const int first = top * c.v_samp_factor / info_.max_v_samp_factor;
-                const int padded = int(c.width_in_blocks) * DCTSIZE;
-                const int lines = c.v_samp_factor * DCTSIZE;
-                auto& strip = strips_[std::size_t(plane)];
-                const bool copies = padded > width;
-                if (copies) {
-                    strip.resize(std::size_t(padded) * std::size_t(lines));
-                }
-                for (int i = 0; i < lines; ++i) {
-                    const int y = std::min(first + i, height - 1);
-                    auto* row = const_cast<std::uint8_t*>(frame.row(plane, y));
-                    if (copies) {
-                        std::uint8_t* to = strip.data() + std::size_t(i) * std::size_t(padded);
-                        std::memcpy(to, row, std::size_t(width));
-                        std::memset(to + width, row[width - 1], std::size_t(padded - width));
-                        row = to;
-                    }
-                    rows[std::size_t(plane)][std::size_t(i)] = row;
-                }
-            }
-            jpeg_write_raw_data(&info_, planes.data(), JDIMENSION(stripHeight));
         }
     }
 
@@ -197,8 +159,8 @@ class JpegEncoder : public VideoEncoder {
     unsigned long capacity_ = 0;
     unsigned char* written_ = nullptr;
     unsigned long writtenSize_ = 0;
-    std::array<std::vector<std::uint8_t>, 3> strips_;
-    std::deque<Packet> ready_;
+    JpegStrips strips_;
+    ColorTags coded_;
     int encoded_ = 0;
     double quality_;
     /// Bytes that the pictures so far left of their shares.
@@ -213,16 +175,21 @@ Expected<std::unique_ptr<VideoEncoder>> openJpegEncoder(const VideoEncoderSettin
     input.format = PixelFormat(choosePixelFormat(settings, entry));
     input.width = settings.width;
     input.height = settings.height;
-    input.color = encodedColor(settings, input.format);
     // JFIF: BT.601 coefficients, all 256 levels.
-    input.color.range = ColorRange::full;
-    if (input.color.matrix != 2 || settings.sourceFormat.isRgb()) {
-        input.color.matrix = 6;
+    ColorTags coded = encodedColor(settings, input.format);
+    coded.range = ColorRange::full;
+    if (coded.matrix != 2 || settings.sourceFormat.isRgb()) {
+        coded.matrix = 6;
+    }
+    // Planes that have the right layout are given their levels strip by strip.
+    if (input.format != settings.sourceFormat) {
+        input.color = coded;
     }
     const int quality = settings.spatialQuality >= kQualityLossless
                             ? 100
                             : int(std::lround(mappedQuality(entry, settings.spatialQuality)));
-    return std::unique_ptr<VideoEncoder>(std::make_unique<JpegEncoder>(settings, input, quality));
+    return std::unique_ptr<VideoEncoder>(
+        std::make_unique<JpegEncoder>(settings, input, coded, quality));
 }
 
 }  // namespace TWQuickTime::codec

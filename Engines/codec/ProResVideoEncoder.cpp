@@ -5,9 +5,9 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <deque>
 
 #include "Engines/codec/Private/EncoderFactories.h"
+#include "Engines/codec/Private/PictureEncoder.h"
 
 namespace TWQuickTime::codec {
 
@@ -34,10 +34,10 @@ std::int64_t bytesPerFrame(int profile, int width, int height) {
     return blocks * kBitsPerBlock[std::size_t(profile)][column] / 8;
 }
 
-class ProResEncoder : public VideoEncoder {
+class ProResEncoder : public PictureEncoder {
   public:
     ProResEncoder(VideoEncoderSettings settings, PictureTarget input, const VideoCodecEntry& entry)
-        : VideoEncoder(settings),
+        : PictureEncoder(settings),
           entry_(entry),
           target_(bytesPerFrame(entry.profile, settings_.width, settings_.height)),
           smallest_(entry.profile == 0 ? 4 : 1),
@@ -56,48 +56,6 @@ class ProResEncoder : public VideoEncoder {
         return context ? Status() : Status(context.failure());
     }
 
-    Status encode(const VideoFrame& given) override {
-        if (!given || given.width() != input_.width || given.height() != input_.height ||
-            given.format() != input_.format) {
-            return Failure{FailureKind::badArgument, "a picture of another size or format"};
-        }
-        // The first picture is tried until its size fits; later ones follow their predecessors.
-        for (int attempt = 0;; ++attempt) {
-            auto coded = encodeWith(quantizer_, given);
-            if (!coded) {
-                return coded.failure();
-            }
-            const std::int64_t size = std::int64_t(coded->bytes.size());
-            learn(size);
-            const int next = choose();
-            const bool again = ready_.empty() && received_ == 0 && attempt < 6 &&
-                               next != quantizer_ && std::abs(size - target_) > target_ / 12;
-            quantizer_ = next;
-            if (again) {
-                continue;
-            }
-            saved_ = std::clamp(saved_ + target_ - size, -4 * target_, 4 * target_);
-            quantizer_ = choose();
-            coded->presentationTime = coded->decodeTime = given.time;
-            coded->duration = given.duration;
-            coded->sync = true;
-            ready_.push_back(std::move(*coded));
-            ++received_;
-            return {};
-        }
-    }
-
-    Status finish() override { return {}; }
-
-    Expected<std::optional<Packet>> receive() override {
-        if (ready_.empty()) {
-            return std::optional<Packet>();
-        }
-        std::optional<Packet> packet(std::move(ready_.front()));
-        ready_.pop_front();
-        return packet;
-    }
-
     std::shared_ptr<const NativeParameters> parameters() const override {
         auto native = std::make_shared<NativeParameters>();
         for (const CodecContextPointer& context : contexts_) {
@@ -111,6 +69,29 @@ class ProResEncoder : public VideoEncoder {
     }
 
   private:
+    Expected<Packet> encodePicture(const VideoFrame& given) override {
+        // The first picture is tried until its size fits; later ones follow their predecessors.
+        for (int attempt = 0;; ++attempt) {
+            auto coded = encodeWith(quantizer_, given);
+            if (!coded) {
+                return coded;
+            }
+            const std::int64_t size = std::int64_t(coded->bytes.size());
+            learn(size);
+            const int next = choose();
+            const bool again = isFirst_ && attempt < 6 && next != quantizer_ &&
+                               std::abs(size - target_) > target_ / 12;
+            quantizer_ = next;
+            if (again) {
+                continue;
+            }
+            saved_ = std::clamp(saved_ + target_ - size, -4 * target_, 4 * target_);
+            quantizer_ = choose();
+            isFirst_ = false;
+            return coded;
+        }
+    }
+
     Expected<AVCodecContext*> contextFor(int quantizer) {
         CodecContextPointer& context = contexts_[std::size_t(quantizer)];
         if (context) {
@@ -212,12 +193,11 @@ class ProResEncoder : public VideoEncoder {
     int latest_ = 1;
     std::int64_t saved_ = 0;
     std::int64_t submitted_ = 0;
-    std::int64_t received_ = 0;
+    bool isFirst_ = true;
     std::array<double, kLargestQuantizer + 1> estimates_{};
     std::array<CodecContextPointer, kLargestQuantizer + 1> contexts_;
     PacketPointer packet_;
     FramePointer frame_;
-    std::deque<Packet> ready_;
 };
 
 }  // namespace

@@ -199,7 +199,7 @@ std::vector<std::byte> VideoEncoder::sampleDescription(bool isoStyle) const {
         writer.u8(settings_.interlaced ? 2 : 1);
         writer.u8(!settings_.interlaced ? 0 : settings_.topFieldFirst ? 9 : 14).closeAtom(atom);
     }
-    const ColorTags& color = input_.color;
+    const ColorTags color = codedColor();
     if (settings_.color.known() && !input_.format.isRgb()) {
         const std::size_t atom = writer.openAtom(fourCode("colr"));
         writer.u32(isoStyle ? fourCode("nclx") : fourCode("nclc"));

@@ -97,6 +97,8 @@ class VideoEncoder {
     explicit VideoEncoder(const VideoEncoderSettings& settings) : settings_(settings) {}
     /// Extension atoms of the codec itself ('avcC', 'esds').
     virtual std::vector<std::byte> codecExtensions() const { return {}; }
+    /// Of the coded pictures, where the encoder changes what it is given.
+    virtual ColorTags codedColor() const { return input_.color; }
 
     VideoEncoderSettings settings_;
     PictureTarget input_;

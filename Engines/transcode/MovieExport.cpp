@@ -26,7 +26,7 @@ using result::Status;
 namespace {
 
 /// Pictures and packets that wait between two threads; few, because pictures are large.
-constexpr std::size_t kWaitingPictures = 2;
+constexpr std::size_t kWaitingPictures = 1;
 constexpr std::size_t kWaitingBlocks = 8;
 constexpr std::size_t kWaitingPackets = 64;
 /// The disk begins with what is written after so many bytes, so that the sync at the end is short.

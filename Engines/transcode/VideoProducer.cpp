@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <map>
+#include <thread>
 
 namespace TWQuickTime::transcode {
 
@@ -104,6 +105,13 @@ struct FixedVideo {
 FixedVideo dvFormat(std::uint32_t type) {
     return type == fourCode("dvc ") ? FixedVideo{720, 480, {30000, 1001}}
                                     : FixedVideo{720, 576, {25, 1}};
+}
+
+/// One decoding thread for each processor. The library would take one more for the thread that waits
+/// for pictures; here that one only hands them on, and each holds pictures in memory.
+int decodingThreads() {
+    constexpr int kMost = 16;
+    return std::clamp(int(std::thread::hardware_concurrency()), 1, kMost);
 }
 
 /// Tags for pictures that were composed as RGB; the conversion from RGB goes by them. Composing
@@ -231,6 +239,7 @@ Expected<std::unique_ptr<VideoProducer>> VideoProducer::open(
     options.storedSize = carriesPixelAspect(kind);
     options.evenSize = wantsEvenSize(settings.codec);
     options.onlyTrack = onlyTrack;
+    options.reading.decoding.threads = decodingThreads();
     auto renderer = MovieRenderer::open(movie, options);
     if (!renderer) {
         return renderer.failure();

@@ -2,6 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <ranges>
+
 #include "TestPictures.h"
 
 namespace TWQuickTime::codec {
@@ -49,6 +54,34 @@ TEST(PlanarColors, GoThereAndBackWithinAStep) {
             }
         }
     }
+}
+
+TEST(PlanarColors, AreWithinAStepOfTheExactOnesAtEveryLevelAndAlmostAlwaysTheNearest) {
+    std::array<std::uint8_t, 256> levels{}, luma{}, u{}, v{};
+    std::ranges::iota_view every(0, 256);
+    std::ranges::copy(every, levels.begin());
+    for (const bool fromFull : {false, true}) {
+        PlanarColorRows rows({1, 1, fromFull, !fromFull});
+        EXPECT_FALSE(rows.keepsAll());
+        rows.changeLuma(levels.data(), luma.data(), 256);
+        rows.changeChroma(levels.data(), levels.data(), u.data(), v.data(), 256);
+        int others = 0;
+        for (const int level : every) {
+            const double exactLuma =
+                fromFull ? 16 + level * 219.0 / 255 : (level - 16) * 255.0 / 219;
+            const double exactChroma = 128 + (level - 128) * (fromFull ? 224.0 / 255 : 255.0 / 224);
+            for (const auto& [sample, exact] : {std::pair{luma[std::size_t(level)], exactLuma},
+                                                {u[std::size_t(level)], exactChroma},
+                                                {v[std::size_t(level)], exactChroma}}) {
+                const double wanted = std::clamp(exact, 0.0, 255.0);
+                EXPECT_NEAR(sample, wanted, 1) << level;
+                others += std::abs(sample - wanted) > 0.5 ? 1 : 0;
+            }
+        }
+        EXPECT_LE(others, 12);
+        EXPECT_EQ(u[128], 128);
+    }
+    EXPECT_TRUE(PlanarColorRows({5, 6, true, true}).keepsAll());
 }
 
 TEST(PlanarColors, LeaveOtherFormatsAndUnknownMatricesToTheGeneralConverter) {
