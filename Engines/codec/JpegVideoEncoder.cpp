@@ -83,7 +83,7 @@ class JpegEncoder : public PictureEncoder {
   private:
     ColorTags codedColor() const override { return coded_; }
 
-    Expected<Packet> encodePicture(const VideoFrame& frame) override {
+    Status take(const VideoFrame& frame) override {
         const bool learning = encoded_++ % kPicturesPerTables == 0;
         if (!compress(frame, learning)) {
             return Failure{FailureKind::unsupported, "libjpeg could not encode a picture"};
@@ -97,7 +97,8 @@ class JpegEncoder : public PictureEncoder {
         if (settings_.bytesPerSecond > 0) {
             aimForRate(double(packet.bytes.size()));
         }
-        return packet;
+        deliver(std::move(packet), frame.time, frame.duration);
+        return {};
     }
 
     /// False when libjpeg gave up. Nothing in here needs destruction, because errors jump out.

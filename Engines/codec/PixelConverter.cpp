@@ -116,6 +116,7 @@ bool isFullRange(const VideoFrame& frame) {
 struct PixelConverter::State {
     ScalerKey key;
     std::unique_ptr<SwsContext, ScalerFreer> scaler;
+    FramePool frames;
     Expected<VideoFrame> scale(const VideoFrame& source, const ScalerKey& wanted);
 };
 
@@ -135,8 +136,8 @@ Expected<VideoFrame> PixelConverter::State::scale(const VideoFrame& source,
         scaler = std::move(*newScaler);
         key = wanted;
     }
-    auto made = VideoFrame::allocate(PixelFormat(wanted.targetFormat), wanted.targetWidth,
-                                     wanted.targetHeight);
+    auto made =
+        frames.take(PixelFormat(wanted.targetFormat), wanted.targetWidth, wanted.targetHeight);
     if (!made) {
         return made;
     }

@@ -1,13 +1,17 @@
 // ProRes with one quantiser for a whole frame. Searching a quantiser for every slice costs most of
 // an encoder's time; instead the sizes of the previous frames say which quantiser meets the
-// profile's rate. An encoder of the library is made for each quantiser that is used: all frames
-// are key frames, so it does not matter which one codes which.
+// profile's rate. Several frames are coded at a time, each on a thread of its own; so a size is
+// known only when the next frames have begun, and tells on those after them.
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <deque>
+#include <future>
+#include <thread>
 
 #include "Engines/codec/Private/EncoderFactories.h"
 #include "Engines/codec/Private/PictureEncoder.h"
+#include "Engines/codec/Private/ProResCoder.h"
 
 namespace TWQuickTime::codec {
 
@@ -19,6 +23,13 @@ using result::Status;
 namespace {
 
 constexpr int kLargestQuantizer = 40;
+/// Frames of 1080p take 8 MiB each before they are coded.
+constexpr int kMostAtATime = 4;
+constexpr int kMostAttempts = 7;
+/// Sizes fall with this power of the quantiser, usually.
+constexpr double kFall = 0.75;
+/// What earlier pictures took too much or left over is settled within so many.
+constexpr double kPicturesToSettle = 16;
 
 /// The profiles' bits for a macroblock, for pictures of up to 1620, 2700, 6075 and more of them.
 constexpr std::array<std::array<int, 4>, 6> kBitsPerBlock = {{{300, 242, 220, 194},
@@ -38,142 +49,121 @@ class ProResEncoder : public PictureEncoder {
   public:
     ProResEncoder(VideoEncoderSettings settings, PictureTarget input, const VideoCodecEntry& entry)
         : PictureEncoder(settings),
-          entry_(entry),
           target_(bytesPerFrame(entry.profile, settings_.width, settings_.height)),
           smallest_(entry.profile == 0 ? 4 : 1),
-          quantizer_(std::max(smallest_, 4)),
-          packet_(av_packet_alloc()),
-          frame_(av_frame_alloc()) {
+          quantizer_(std::max(smallest_, 4)) {
         input_ = input;
         if (settings_.bytesPerSecond > 0) {
             target_ = std::max<std::int64_t>(
                 1, std::llround(double(settings_.bytesPerSecond) / settings_.frameRate.value()));
         }
+        const int threads =
+            settings_.threads > 0 ? settings_.threads : int(std::thread::hardware_concurrency());
+        for (int i = 0; i < std::clamp(threads, 1, kMostAtATime); ++i) {
+            coders_.emplace_back(settings_, input_, entry);
+        }
     }
 
     Status prepare() {
-        auto context = contextFor(quantizer_);
-        return context ? Status() : Status(context.failure());
+        if (auto status = coders_.front().prepare(quantizer_); !status) {
+            return status;
+        }
+        coders_.front().describe(*parameters_.parameters);
+        return {};
+    }
+
+    Status finish() override {
+        while (!running_.empty()) {
+            if (auto status = collect(); !status) {
+                return status;
+            }
+        }
+        return {};
     }
 
     std::shared_ptr<const NativeParameters> parameters() const override {
         auto native = std::make_shared<NativeParameters>();
-        for (const CodecContextPointer& context : contexts_) {
-            if (context) {
-                avcodec_parameters_from_context(native->parameters, context.get());
-                break;
-            }
-        }
+        avcodec_parameters_copy(native->parameters, parameters_.parameters);
         native->timeBase = {1, settings_.timeScale};
         return native;
     }
 
   private:
-    Expected<Packet> encodePicture(const VideoFrame& given) override {
-        // The first picture is tried until its size fits; later ones follow their predecessors.
-        for (int attempt = 0;; ++attempt) {
-            auto coded = encodeWith(quantizer_, given);
+    /// A frame that is being coded. Coders take turns, so the oldest one's is the next to be free.
+    struct Running {
+        std::future<Expected<Packet>> coded;
+        int quantizer = 0;
+        std::int64_t time = 0, duration = 0;
+    };
+
+    Status take(const VideoFrame& picture) override {
+        if (isFirst_) {
+            return takeFirst(picture);
+        }
+        ProResCoder& coder = coders_[turn_++ % coders_.size()];
+        const int quantizer = quantizer_;
+        running_.push_back(
+            {std::async(std::launch::async,
+                        [&coder, picture, quantizer] { return coder.code(picture, quantizer); }),
+             quantizer, picture.time, picture.duration});
+        // Here and not before the next picture: it shall not be made while this many are in memory.
+        return running_.size() < coders_.size() ? Status() : collect();
+    }
+
+    /// The first picture is tried until its size fits; later ones follow their predecessors.
+    Status takeFirst(const VideoFrame& picture) {
+        for (int attempt = 1;; ++attempt) {
+            auto coded = coders_.front().code(picture, quantizer_);
             if (!coded) {
-                return coded;
+                return coded.failure();
             }
             const std::int64_t size = std::int64_t(coded->bytes.size());
-            learn(size);
+            learn(quantizer_, size);
             const int next = choose();
-            const bool again = isFirst_ && attempt < 6 && next != quantizer_ &&
-                               std::abs(size - target_) > target_ / 12;
-            quantizer_ = next;
-            if (again) {
-                continue;
+            const bool fits = std::abs(size - target_) <= target_ / 12;
+            if (fits || next == quantizer_ || attempt == kMostAttempts) {
+                isFirst_ = false;
+                settle(size);
+                deliver(std::move(*coded), picture.time, picture.duration);
+                return {};
             }
-            saved_ = std::clamp(saved_ + target_ - size, -4 * target_, 4 * target_);
-            quantizer_ = choose();
-            isFirst_ = false;
-            return coded;
+            quantizer_ = next;
         }
     }
 
-    Expected<AVCodecContext*> contextFor(int quantizer) {
-        CodecContextPointer& context = contexts_[std::size_t(quantizer)];
-        if (context) {
-            return context.get();
+    /// Waits for the oldest frame.
+    Status collect() {
+        Running oldest = std::move(running_.front());
+        running_.pop_front();
+        auto coded = oldest.coded.get();
+        if (!coded) {
+            return coded.failure();
         }
-        silenceLibrary();
-        const AVCodec* codec = installedEncoder(findVideoCodecName(entry_.type));
-        if (!codec) {
-            return Failure{FailureKind::notAvailable, "no ProRes encoder"};
-        }
-        CodecContextPointer made(avcodec_alloc_context3(codec));
-        if (!made) {
-            return Failure{FailureKind::limit, "avcodec_alloc_context3"};
-        }
-        made->width = settings_.width;
-        made->height = settings_.height;
-        made->pix_fmt = static_cast<AVPixelFormat>(input_.format.number());
-        made->framerate = {settings_.frameRate.numerator, settings_.frameRate.denominator};
-        made->time_base = av_inv_q(made->framerate);
-        if (settings_.pixelAspect.known()) {
-            made->sample_aspect_ratio = {settings_.pixelAspect.numerator,
-                                         settings_.pixelAspect.denominator};
-        }
-        made->color_primaries = static_cast<AVColorPrimaries>(input_.color.primaries);
-        made->color_trc = static_cast<AVColorTransferCharacteristic>(input_.color.transfer);
-        made->colorspace = static_cast<AVColorSpace>(input_.color.matrix);
-        made->thread_count = settings_.threads;
-        made->thread_type = FF_THREAD_SLICE;
-        made->flags |= AV_CODEC_FLAG_QSCALE;
-        made->global_quality = quantizer * FF_QP2LAMBDA;
-        made->codec_tag = nativeTag(settings_.codec);
-        if (settings_.interlaced) {
-            made->flags |= AV_CODEC_FLAG_INTERLACED_DCT;
-            made->field_order = settings_.topFieldFirst ? AV_FIELD_TT : AV_FIELD_BB;
-        }
-        av_opt_set_int(made->priv_data, "profile", entry_.profile, 0);
-        av_opt_set_int(made->priv_data, "alpha_bits", input_.format.hasAlpha() ? 16 : 0, 0);
-        if (const int error = avcodec_open2(made.get(), codec, nullptr); error < 0) {
-            Failure failure = nativeFailure(error, "opening encoder prores_ks");
-            failure.kind = FailureKind::unsupported;
-            return failure;
-        }
-        context = std::move(made);
-        return context.get();
+        const std::int64_t size = std::int64_t(coded->bytes.size());
+        learn(oldest.quantizer, size);
+        settle(size);
+        deliver(std::move(*coded), oldest.time, oldest.duration);
+        return {};
     }
 
-    Expected<Packet> encodeWith(int quantizer, const VideoFrame& given) {
-        auto context = contextFor(quantizer);
-        if (!context) {
-            return context.failure();
-        }
-        if (const int error = av_frame_ref(frame_.get(), given.native()->frame); error < 0) {
-            return nativeFailure(error, "av_frame_ref");
-        }
-        frame_->pts = submitted_++;
-        frame_->interlaced_frame = settings_.interlaced;
-        frame_->top_field_first = settings_.topFieldFirst;
-        int error = avcodec_send_frame(*context, frame_.get());
-        av_frame_unref(frame_.get());
-        if (error >= 0) {
-            error = avcodec_receive_packet(*context, packet_.get());
-        }
-        if (error < 0) {
-            return nativeFailure(error, "encoder prores_ks");
-        }
-        return sharedPacket(*packet_);
+    void settle(std::int64_t size) {
+        saved_ = std::clamp(saved_ + target_ - size, -4 * target_, 4 * target_);
+        quantizer_ = choose();
     }
 
-    void learn(std::int64_t size) {
-        estimates_[std::size_t(quantizer_)] = double(size);
-        latest_ = quantizer_;
+    /// Pictures that were decoded from difference frames take turns in how much grain they have, so
+    /// one picture says little of the next.
+    void learn(int quantizer, std::int64_t size) {
+        constexpr double kShareOfLatest = 0.25;
+        const double effort = double(size) * std::pow(quantizer, kFall);
+        effort_ += (effort - effort_) * (isFirst_ ? 1 : kShareOfLatest);
     }
 
-    /// What a quantiser would give, as far as the last picture tells: its size scaled by what the
-    /// two gave before, else by the usual fall of sizes with the quantiser.
-    double estimate(int quantizer) const {
-        const double now = estimates_[std::size_t(latest_)];
-        return now * std::pow(double(latest_) / quantizer, 0.75);
-    }
+    /// What the next picture would take with a quantiser.
+    double estimate(int quantizer) const { return effort_ / std::pow(quantizer, kFall); }
 
     int choose() const {
-        const double wanted = double(target_) + double(saved_) / 8;
+        const double wanted = double(target_) + double(saved_) / kPicturesToSettle;
         int best = smallest_;
         double bestDistance = INFINITY;
         for (int quantizer = smallest_; quantizer <= kLargestQuantizer; ++quantizer) {
@@ -186,18 +176,18 @@ class ProResEncoder : public PictureEncoder {
         return best;
     }
 
-    const VideoCodecEntry& entry_;
     std::int64_t target_;
     int smallest_;
-    int quantizer_;
-    int latest_ = 1;
+    int quantizer_;      ///< for the next picture
+    double effort_ = 0;  ///< bytes of a picture with the quantiser 1
     std::int64_t saved_ = 0;
-    std::int64_t submitted_ = 0;
     bool isFirst_ = true;
-    std::array<double, kLargestQuantizer + 1> estimates_{};
-    std::array<CodecContextPointer, kLargestQuantizer + 1> contexts_;
-    PacketPointer packet_;
-    FramePointer frame_;
+    /// Taken at the beginning: later the coders may be at work when they are asked for.
+    NativeParameters parameters_;
+    std::deque<ProResCoder> coders_;
+    std::size_t turn_ = 0;
+    /// Behind the coders: the frames are waited for before those go.
+    std::deque<Running> running_;
 };
 
 }  // namespace

@@ -31,6 +31,50 @@ Expected<VideoFrame> VideoFrame::allocate(PixelFormat format, int width, int hei
     return VideoFrame(std::move(native));
 }
 
+struct FramePool::Blocks {
+    PixelFormat format;
+    int width, height;
+    AVBufferPool* pool;
+    Blocks(PixelFormat f, int w, int h, std::size_t sizeInBytes)
+        : format(f), width(w), height(h), pool(av_buffer_pool_init(sizeInBytes, nullptr)) {}
+    ~Blocks() { av_buffer_pool_uninit(&pool); }
+    Blocks(const Blocks&) = delete;
+    Blocks& operator=(const Blocks&) = delete;
+};
+
+Expected<VideoFrame> FramePool::take(PixelFormat format, int width, int height) {
+    constexpr int kRowAlignment = 64;
+    // Vector code of the library reads and writes a little past the end of rows.
+    constexpr std::size_t kPastTheEnd = 256;
+    const auto number = static_cast<AVPixelFormat>(format.number());
+    const int size =
+        format.valid() && width > 0 && height > 0 && width <= 32768 && height <= 32768
+            ? av_image_get_buffer_size(number, width, (height + 31) & ~31, kRowAlignment)
+            : -1;
+    if (size < 0) {
+        return VideoFrame::allocate(format, width, height);
+    }
+    if (!blocks_ || blocks_->format != format || blocks_->width != width ||
+        blocks_->height != height) {
+        blocks_ = std::make_shared<Blocks>(format, width, height, std::size_t(size) + kPastTheEnd);
+    }
+    auto native = std::make_shared<NativeFrame>();
+    AVFrame& frame = *native->frame;
+    frame.format = format.number();
+    frame.width = width;
+    frame.height = height;
+    frame.buf[0] = blocks_->pool ? av_buffer_pool_get(blocks_->pool) : nullptr;
+    if (!frame.buf[0]) {
+        return nativeFailure(AVERROR(ENOMEM), "av_buffer_pool_get");
+    }
+    if (const int error = av_image_fill_arrays(frame.data, frame.linesize, frame.buf[0]->data,
+                                               number, width, (height + 31) & ~31, kRowAlignment);
+        error < 0) {
+        return nativeFailure(error, "av_image_fill_arrays");
+    }
+    return VideoFrame(std::move(native));
+}
+
 int VideoFrame::width() const {
     return native_ ? native_->frame->width : 0;
 }

@@ -52,4 +52,16 @@ class VideoFrame {
     std::shared_ptr<NativeFrame> native_;
 };
 
+/// Memory for pictures of one kind that comes back when the last copy of a picture goes: fresh
+/// memory costs as much time as a simple conversion. The pool may go before its pictures.
+class FramePool {
+  public:
+    /// As VideoFrame::allocate(); another format or size than the last one's starts anew.
+    result::Expected<VideoFrame> take(PixelFormat format, int width, int height);
+
+  private:
+    struct Blocks;
+    std::shared_ptr<Blocks> blocks_;
+};
+
 }  // namespace TWQuickTime::codec

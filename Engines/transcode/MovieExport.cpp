@@ -55,14 +55,14 @@ class Pipeline {
     void start() {
         if (video_) {
             threads_.emplace_back([this] { fill(pictures_, [this] { return video_->next(); }); });
-            threads_.emplace_back([this] { encode(pictures_, video_->encoder(), videoPackets_); });
+            threads_.emplace_back([this] { encodePictures(); });
         }
         if (sound_ && sound_->isCopied()) {
             threads_.emplace_back(
                 [this] { fill(soundPackets_, [this] { return sound_->copy(); }); });
         } else if (sound_) {
             threads_.emplace_back([this] { fill(blocks_, [this] { return sound_->mix(); }); });
-            threads_.emplace_back([this] { encode(blocks_, sound_->encoder(), soundPackets_); });
+            threads_.emplace_back([this] { encodeSound(); });
         }
     }
 
@@ -126,18 +126,41 @@ class Pipeline {
         }
     }
 
-    /// A thread: encodes what comes out of one queue into the other.
-    template <class Item, class Encoder>
-    void encode(BoundedQueue<Item>& items, Encoder& encoder, BoundedQueue<Packet>& packets) {
-        while (auto item = items.pop()) {
-            if (auto status = encoder.encode(*item); !status) {
+    /// A thread. Pictures are converted here, so that decoding goes on meanwhile and only those
+    /// that are being encoded exist twice.
+    void encodePictures() {
+        codec::VideoEncoder& encoder = video_->encoder();
+        while (auto picture = pictures_.pop()) {
+            auto prepared = video_->prepared(*picture);
+            if (!prepared) {
+                return fail(prepared.failure());
+            }
+            picture.reset();
+            if (auto status = encoder.encode(*prepared); !status) {
                 return fail(status.failure());
             }
-            item.reset();
-            if (!forward(encoder, packets)) {
+            if (!forward(encoder, videoPackets_)) {
                 return;
             }
         }
+        finish(encoder, videoPackets_);
+    }
+
+    /// A thread.
+    void encodeSound() {
+        while (auto block = blocks_.pop()) {
+            if (auto status = sound_->encoder().encode(*block); !status) {
+                return fail(status.failure());
+            }
+            if (!forward(sound_->encoder(), soundPackets_)) {
+                return;
+            }
+        }
+        finish(sound_->encoder(), soundPackets_);
+    }
+
+    template <class Encoder>
+    void finish(Encoder& encoder, BoundedQueue<Packet>& packets) {
         if (auto status = encoder.finish(); !status) {
             return fail(status.failure());
         }

@@ -107,8 +107,8 @@ FixedVideo dvFormat(std::uint32_t type) {
                                     : FixedVideo{720, 576, {25, 1}};
 }
 
-/// One decoding thread for each processor. The library would take one more for the thread that waits
-/// for pictures; here that one only hands them on, and each holds pictures in memory.
+/// One decoding thread for each processor. The library would take one more for the thread that
+/// waits for pictures; here that one only hands them on, and each holds pictures in memory.
 int decodingThreads() {
     constexpr int kMost = 16;
     return std::clamp(int(std::thread::hardware_concurrency()), 1, kMost);
@@ -211,13 +211,13 @@ Expected<std::optional<VideoFrame>> VideoProducer::next() {
     if (!frame) {
         return frame.failure();
     }
-    auto picture = converter_.convert(*frame, encoder_->input());
-    if (!picture) {
-        return picture.failure();
-    }
-    picture->time = outputTime_;
-    picture->duration = outputEnd_ - outputTime_;
-    return std::optional<VideoFrame>(std::move(*picture));
+    frame->time = outputTime_;
+    frame->duration = outputEnd_ - outputTime_;
+    return std::optional<VideoFrame>(std::move(*frame));
+}
+
+Expected<VideoFrame> VideoProducer::prepared(const VideoFrame& picture) {
+    return converter_.convert(picture, encoder_->input());
 }
 
 Expected<std::unique_ptr<VideoProducer>> VideoProducer::open(

@@ -1,4 +1,4 @@
-// The pictures of an export, one after the other, ready for its encoder.
+// The pictures of an export, one after the other, and how its encoder wants them.
 #pragma once
 
 #include <memory>
@@ -26,8 +26,10 @@ class VideoProducer {
     /// The track whose facts go along with the pictures.
     const timeline::Track& mainTrack() const { return renderer_->mainTrack().track(); }
 
-    /// The next picture as the encoder wants it; none at the end.
+    /// The next picture as it was decoded or composed; none at the end.
     result::Expected<std::optional<codec::VideoFrame>> next();
+    /// The picture as the encoder wants it. May be called from another thread than next().
+    result::Expected<codec::VideoFrame> prepared(const codec::VideoFrame& picture);
 
   private:
     VideoProducer() = default;

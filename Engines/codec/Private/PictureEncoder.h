@@ -1,4 +1,4 @@
-// What encoders share that answer each picture with its packet at once, all of them key frames.
+// What encoders share whose packets come in the order of the pictures, all of them key frames.
 #pragma once
 
 #include <deque>
@@ -15,18 +15,10 @@ class PictureEncoder : public VideoEncoder {
             return result::Failure{result::FailureKind::badArgument,
                                    "a picture of another size or format"};
         }
-        auto packet = encodePicture(frame);
-        if (!packet) {
-            return packet.failure();
-        }
-        packet->presentationTime = packet->decodeTime = frame.time;
-        packet->duration = frame.duration;
-        packet->sync = true;
-        ready_.push_back(std::move(*packet));
-        return {};
+        return take(frame);
     }
 
-    result::Status finish() final { return {}; }
+    result::Status finish() override { return {}; }
 
     result::Expected<std::optional<Packet>> receive() final {
         if (ready_.empty()) {
@@ -39,8 +31,17 @@ class PictureEncoder : public VideoEncoder {
 
   protected:
     using VideoEncoder::VideoEncoder;
-    /// The bytes of a picture of the right size and format; its times are set by encode().
-    virtual result::Expected<Packet> encodePicture(const VideoFrame& frame) = 0;
+
+    /// Gets a picture of the right size and format, and delivers its packet now or later.
+    virtual result::Status take(const VideoFrame& frame) = 0;
+
+    /// @param packet  needs no times yet
+    void deliver(Packet packet, std::int64_t time, std::int64_t duration) {
+        packet.presentationTime = packet.decodeTime = time;
+        packet.duration = duration;
+        packet.sync = true;
+        ready_.push_back(std::move(packet));
+    }
 
   private:
     std::deque<Packet> ready_;
