@@ -116,7 +116,7 @@ bool isFullRange(const VideoFrame& frame) {
 struct PixelConverter::State {
     ScalerKey key;
     std::unique_ptr<SwsContext, ScalerFreer> scaler;
-    FramePool frames;
+    PicturePool frames;
     Expected<VideoFrame> scale(const VideoFrame& source, const ScalerKey& wanted);
 };
 

@@ -31,7 +31,7 @@ Expected<VideoFrame> VideoFrame::allocate(PixelFormat format, int width, int hei
     return VideoFrame(std::move(native));
 }
 
-struct FramePool::Blocks {
+struct PicturePool::Blocks {
     PixelFormat format;
     int width, height;
     AVBufferPool* pool;
@@ -42,7 +42,7 @@ struct FramePool::Blocks {
     Blocks& operator=(const Blocks&) = delete;
 };
 
-Expected<VideoFrame> FramePool::take(PixelFormat format, int width, int height) {
+Expected<VideoFrame> PicturePool::take(PixelFormat format, int width, int height) {
     constexpr int kRowAlignment = 64;
     // Vector code of the library reads and writes a little past the end of rows.
     constexpr std::size_t kPastTheEnd = 256;

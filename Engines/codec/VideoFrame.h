@@ -54,7 +54,7 @@ class VideoFrame {
 
 /// Memory for pictures of one kind that comes back when the last copy of a picture goes: fresh
 /// memory costs as much time as a simple conversion. The pool may go before its pictures.
-class FramePool {
+class PicturePool {
   public:
     /// As VideoFrame::allocate(); another format or size than the last one's starts anew.
     result::Expected<VideoFrame> take(PixelFormat format, int width, int height);
