@@ -1,12 +1,6 @@
 #include "Engines/transcode/MovieImport.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <map>
@@ -14,6 +8,7 @@
 #include "Engines/codec/ByteOrder.h"
 #include "Engines/codec/ForeignReader.h"
 #include "Engines/moviefile/DataReferences.h"
+#include "Engines/transcode/ScatteredStore.h"
 #include "Engines/transcode/Time.h"
 
 namespace TWQuickTime::transcode {
@@ -32,67 +27,6 @@ namespace {
 
 /// How far behind the place that a demuxer names a sample's bytes may begin: headers of packets.
 constexpr std::size_t kLongestHeader = 64;
-
-/// Samples that lie nowhere in one piece, in a file without a name.
-class SpoolStore final : public timeline::SampleStore {
-  public:
-    static Expected<std::shared_ptr<SpoolStore>> make() {
-        const char* folder = std::getenv("TMPDIR");
-        int descriptor =
-            open(folder && *folder ? folder : "/tmp", O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
-        if (descriptor < 0) {
-            std::string name = std::string(folder && *folder ? folder : "/tmp") + "/twqt.XXXXXX";
-            descriptor = mkostemp(name.data(), O_CLOEXEC);
-            if (descriptor < 0) {
-                return result::systemFailure(errno, "making a file for imported samples");
-            }
-            unlink(name.c_str());
-        }
-        return std::shared_ptr<SpoolStore>(new SpoolStore(descriptor));
-    }
-    ~SpoolStore() override { close(descriptor_); }
-
-    std::uint64_t size() const override { return size_; }
-
-    Status read(std::uint64_t offset, std::span<std::byte> into) const override {
-        while (!into.empty()) {
-            const ssize_t got = pread(descriptor_, into.data(), into.size(), off_t(offset));
-            if (got < 0 && errno == EINTR) {
-                continue;
-            }
-            if (got <= 0) {
-                return got < 0 ? result::systemFailure(errno, "imported samples")
-                               : Failure{FailureKind::truncated, "imported samples end", 0};
-            }
-            into = into.subspan(std::size_t(got));
-            offset += std::uint64_t(got);
-        }
-        return {};
-    }
-
-    Expected<std::uint64_t> append(std::span<const std::byte> bytes) override {
-        const std::uint64_t offset = size_;
-        while (!bytes.empty()) {
-            const ssize_t put = pwrite(descriptor_, bytes.data(), bytes.size(), off_t(size_));
-            if (put < 0 && errno == EINTR) {
-                continue;
-            }
-            if (put < 0) {
-                return result::systemFailure(errno, "keeping imported samples");
-            }
-            bytes = bytes.subspan(std::size_t(put));
-            size_ += std::uint64_t(put);
-        }
-        return offset;
-    }
-
-    int descriptor() const override { return descriptor_; }
-
-  private:
-    explicit SpoolStore(int descriptor) : descriptor_(descriptor) {}
-    int descriptor_;
-    std::uint64_t size_ = 0;
-};
 
 /// One stream on its way into a track.
 struct Import {
@@ -140,6 +74,7 @@ class MovieImport::Work {
         }
         original_ = std::move(*store);
         reference.store = original_;
+        scattered_ = std::make_shared<ScatteredStore>(original_);
         for (const ForeignStream& stream : reader_->streams()) {
             Import& import = imports_[stream.number];
             import.stream = &stream;
@@ -345,17 +280,10 @@ class MovieImport::Work {
         if (const auto place = whereIs(packet)) {
             return *place;
         }
-        if (!spool_) {
-            auto made = SpoolStore::make();
-            if (!made) {
-                return made.failure();
-            }
-            spool_ = std::move(*made);
-        }
         if (import.media->dataReferences.size() == 1) {
             timeline::DataReference reference;
             reference.type = fourCode("hndl");
-            reference.store = spool_;
+            reference.store = scattered_;
             import.media->dataReferences.push_back(std::move(reference));
             timeline::SampleDescription description(
                 timeline::SharedBytes::copyOf(import.stream->description));
@@ -363,7 +291,9 @@ class MovieImport::Work {
             import.media->addDescription(description);
         }
         descriptionIndex_ = 2;
-        return spool_->append(packet.packet.bytes);
+        // Packets that share one of the file's own name its place.
+        const std::uint64_t from = std::max<std::int64_t>(packet.position, 0);
+        return scattered_->add(from, packet.packet.bytes);
     }
 
     Expected<std::unique_ptr<timeline::Movie>> build() {
@@ -451,7 +381,7 @@ class MovieImport::Work {
     std::string path_;
     std::unique_ptr<ForeignReader> reader_;
     std::shared_ptr<timeline::SampleStore> original_;
-    std::shared_ptr<SpoolStore> spool_;
+    std::shared_ptr<ScatteredStore> scattered_;
     std::map<int, Import> imports_;
     std::vector<std::byte> scratch_;
     std::uint32_t descriptionIndex_ = 1;

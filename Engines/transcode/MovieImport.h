@@ -1,8 +1,8 @@
 // Files of foreign formats (WAV, AIFF, MP3, FLAC, AVI, Matroska, MPEG …) as movies.
 //
-// The movie's samples refer to the original file wherever they lie there in one piece; samples that
-// the format spreads over packets of its own are kept beside it, in a file without a name that goes
-// with the movie.
+// The movie's samples refer to the original file, also those that the format spreads over packets
+// of its own. Only what is not there at all, as lengths that stand for start codes, is kept beside
+// it, in a file without a name that goes with the movie.
 #pragma once
 
 #include <cstddef>

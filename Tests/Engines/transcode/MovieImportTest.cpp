@@ -7,6 +7,7 @@
 
 #include "Engines/codec/ByteOrder.h"
 #include "Engines/transcode/MovieExport.h"
+#include "Engines/transcode/ScatteredStore.h"
 #include "ExportedFile.h"
 #include "TemporaryDirectory.h"
 
@@ -94,6 +95,24 @@ TEST_P(EveryForeignFile, IsReadFromTheMiddleToTheSample) {
                                           whole.begin() + std::ptrdiff_t(start + part.size()));
         EXPECT_EQ(test::bestShift(expected, part, 100), 0);
         EXPECT_GT(test::correlation(expected, part, 0), 0.999);
+    }
+}
+
+TEST_P(EveryForeignFile, IsReadWhereItIs) {
+    const auto movie = importMovie(source_);
+    ASSERT_TRUE(movie) << movie.failure().message;
+    for (const auto& track : (*movie)->tracks) {
+        const timeline::Media& media = *track->media;
+        for (const timeline::DataReference& reference : media.dataReferences) {
+            const auto* store = dynamic_cast<const ScatteredStore*>(reference.store.get());
+            if (store) {
+                // Lengths of units instead of start codes, and ends of pieces; small as these
+                // pictures are, that is a tenth.
+                EXPECT_LT(double(store->keptBytes()), 0.1 * double(store->size()));
+            } else {
+                EXPECT_EQ(reference.store->path(), source_);
+            }
+        }
     }
 }
 
