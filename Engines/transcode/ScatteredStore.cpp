@@ -57,6 +57,9 @@ ScatteredStore::Piece ScatteredStore::find(std::uint64_t from, std::size_t reach
                                            std::span<const std::byte> bytes) {
     const std::size_t least = std::min(bytes.size(), kShortestPiece);
     const std::span<const std::byte> near = window(from, kReachInBytes);
+    if (near.empty()) {
+        return {};
+    }
     const void* start = memmem(near.data(), std::min(near.size(), reach), bytes.data(), least);
     if (!start) {
         return {};
