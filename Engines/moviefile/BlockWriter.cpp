@@ -6,6 +6,8 @@
 namespace TWQuickTime::moviefile {
 namespace {
 
+using result::Failure;
+using result::FailureKind;
 using result::Status;
 
 std::byte* allocateBlock() {
@@ -28,14 +30,19 @@ BlockWriter::BlockWriter(Storage& destination, std::uint64_t offset) : destinati
 }
 
 BlockWriter::~BlockWriter() {
-    if (!thread_.joinable())
-        return;
+    giveUp();
+}
+
+void BlockWriter::giveUp() {
     {
         const std::lock_guard lock(mutex_);
         ending_ = true;
+        if (outcome_)
+            outcome_ = Failure{FailureKind::cancelled, "writing was given up"};
     }
     changed_.notify_all();
-    thread_.join();
+    if (thread_.joinable())
+        thread_.join();
 }
 
 void BlockWriter::begin(std::uint64_t offset) {
@@ -104,7 +111,8 @@ void BlockWriter::writeBlocks() {
         Status written = destination_.writeUncached(block.start, contents(block));
         lock.lock();
         ++written_;
-        outcome_ = std::move(written);
+        if (!written && outcome_)
+            outcome_ = std::move(written);
         changed_.notify_all();
     }
 }

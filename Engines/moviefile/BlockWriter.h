@@ -32,10 +32,9 @@ class BlockWriter {
   public:
     static constexpr std::size_t blockSizeInBytes = 1024 * 1024;
 
-    /// The storage must outlive the writer, and nobody else changes it before `flush` has returned
-    /// or the writer is gone.
+    /// The storage must outlive the writer, and nobody else changes it before `flush` or
+    /// `giveUp` has returned.
     BlockWriter(Storage& destination, std::uint64_t offset);
-    /// Waits for the write that is under way; what has not come to be written is given up.
     ~BlockWriter();
     BlockWriter(const BlockWriter&) = delete;
     BlockWriter& operator=(const BlockWriter&) = delete;
@@ -49,6 +48,10 @@ class BlockWriter {
 
     /// Returns when everything that was taken is in the storage.
     result::Status flush();
+
+    /// Waits for the write that is under way; what has not come to be written is given up, and
+    /// nobody writes into the storage any more. So does the destructor.
+    void giveUp();
 
     /// Leaves a range out that is written in another way; everything before must be flushed.
     void skip(std::uint64_t sizeInBytes) { begin(offset_ + sizeInBytes); }

@@ -53,15 +53,19 @@ Status DataCopier::add(const timeline::SampleStore& store, std::uint64_t offset,
         pending_.sizeInBytes += sizeInBytes;
         return {};
     }
-    if (Status copied = copyPending(); !copied)
+    if (Status copied = copyPending(); !copied) {
+        writer_.giveUp();
         return copied;
+    }
     pending_ = {&store, offset, sizeInBytes};
     return {};
 }
 
 Status DataCopier::finish() {
-    if (Status copied = copyPending(); !copied)
+    if (Status copied = copyPending(); !copied) {
+        writer_.giveUp();
         return copied;
+    }
     return writer_.flush();
 }
 

@@ -13,6 +13,7 @@
 namespace TWQuickTime::moviefile::test {
 namespace {
 
+using result::FailureKind;
 using result::Status;
 
 constexpr std::size_t block = BlockWriter::blockSizeInBytes;
@@ -69,6 +70,19 @@ TEST(BlockWriter, ARowShorterThanABlockIsOneWrite) {
     BlockWriter writer(storage, 0);
     ASSERT_TRUE(writeRow(writer, 5000, 10));
     EXPECT_EQ(storage.operationCount(), 1u);
+}
+
+TEST(BlockWriter, WritesNothingAfterItGaveUp) {
+    MemoryStorage storage;
+    BlockWriter writer(storage, 0);
+    ASSERT_TRUE(writer.take(writer.room().size()));
+    ASSERT_TRUE(writer.take(writer.room().size()));
+    writer.giveUp();
+    const std::size_t operations = storage.operationCount();
+    const Status refused = writeRow(writer, 5 * block, block);
+    ASSERT_FALSE(refused);
+    EXPECT_EQ(refused.failure().kind, FailureKind::cancelled);
+    EXPECT_EQ(storage.operationCount(), operations);
 }
 
 TEST(BlockWriter, LeavesOutWhatIsSkipped) {
