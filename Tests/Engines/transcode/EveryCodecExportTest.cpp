@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cctype>
 #include <cmath>
 #include <map>
 
@@ -16,19 +15,11 @@ namespace {
 
 using codec::fourCode;
 using test::probe;
+using test::wordOf;
 using TWQuickTime::test::runFfmpeg;
 using TWQuickTime::test::TemporaryDirectory;
 
 constexpr int kFrames = 8;
-
-std::string nameOf(std::uint32_t type) {
-    std::string text;
-    for (int shift = 24; shift >= 0; shift -= 8) {
-        const char c = static_cast<char>(type >> shift);
-        text += std::isalnum(static_cast<unsigned char>(c)) ? c : '_';
-    }
-    return text;
-}
 
 struct Form {
     const char* size;
@@ -143,7 +134,7 @@ std::vector<std::uint32_t> installedVideo() {
 
 INSTANTIATE_TEST_SUITE_P(Installed, EveryVideoCodecExport, testing::ValuesIn(installedVideo()),
                          [](const auto& instance) {
-                             return std::to_string(instance.index) + "_" + nameOf(instance.param);
+                             return std::to_string(instance.index) + "_" + wordOf(instance.param);
                          });
 
 class EverySoundCodecExport : public testing::TestWithParam<std::uint32_t> {
@@ -215,7 +206,7 @@ std::vector<std::uint32_t> installedSound() {
 
 INSTANTIATE_TEST_SUITE_P(Installed, EverySoundCodecExport, testing::ValuesIn(installedSound()),
                          [](const auto& instance) {
-                             return std::to_string(instance.index) + "_" + nameOf(instance.param);
+                             return std::to_string(instance.index) + "_" + wordOf(instance.param);
                          });
 
 }  // namespace

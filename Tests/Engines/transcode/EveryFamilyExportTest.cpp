@@ -1,7 +1,6 @@
 // Every codec of every format that carries only some, exported and decoded elsewhere.
 #include <gtest/gtest.h>
 
-#include <cctype>
 #include <string>
 #include <utility>
 #include <vector>
@@ -16,19 +15,11 @@ namespace TWQuickTime::transcode {
 namespace {
 
 using codec::fourCode;
+using test::wordOf;
 using TWQuickTime::test::runFfmpeg;
 using TWQuickTime::test::TemporaryDirectory;
 
 constexpr int kFrames = 10;
-
-std::string wordOf(std::uint32_t code) {
-    std::string word;
-    for (int shift = 24; shift >= 0; shift -= 8) {
-        const char letter = static_cast<char>(code >> shift);
-        word += std::isalnum(static_cast<unsigned char>(letter)) ? letter : '_';
-    }
-    return word;
-}
 
 /// A format with one of its codecs; of the other kind it has its own default.
 struct Carried {

@@ -1,6 +1,7 @@
 #include "ExportedFile.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <cstdlib>
 #include <fstream>
@@ -57,6 +58,15 @@ ExportSettings settingsFor(FileKind kind, std::uint32_t videoCodec, std::uint32_
         settings.sound->codec = soundCodec;
     }
     return settings;
+}
+
+std::string wordOf(std::uint32_t code) {
+    std::string word;
+    for (int shift = 24; shift >= 0; shift -= 8) {
+        const char letter = static_cast<char>(code >> shift);
+        word += std::isalnum(static_cast<unsigned char>(letter)) ? letter : '_';
+    }
+    return word;
 }
 
 std::string probe(const std::string& path, const std::string& stream, const std::string& entry) {

@@ -25,6 +25,9 @@ result::Status exportFile(const std::string& source, const ExportSettings& setti
 /// Settings for one codec of each kind; 0 leaves a kind out.
 ExportSettings settingsFor(FileKind kind, std::uint32_t videoCodec, std::uint32_t soundCodec);
 
+/// The letters and digits of a code, "_" for the rest: fit for names of tests.
+std::string wordOf(std::uint32_t code);
+
 /// One entry of one stream, as ffprobe prints it: probe(path, "v:0", "codec_name").
 std::string probe(const std::string& path, const std::string& stream, const std::string& entry);
 std::string probeFormat(const std::string& path, const std::string& entry);
